@@ -1,0 +1,20 @@
+// The verbs of the command. Each adds its options to the parser and, when chosen, puts the work into run.
+#pragma once
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+namespace vkcomm {
+
+// Exit status of the process.
+enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
+
+using Run = std::function<int()>;
+
+void addDecode(CLI::App& app, Run& run);
+void addSimulate(CLI::App& app, Run& run);
+
+}  // namespace vkcomm

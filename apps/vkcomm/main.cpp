@@ -1,0 +1,27 @@
+#include <CLI/CLI.hpp>
+
+#include "apps/vkcomm/commands.h"
+#include "apps/vkcomm/output.h"
+#include "vkcomm/platform/terminal.h"
+
+int main(int argc, char** argv) {
+    using namespace vkcomm;
+    ignoreClosedPipes();
+
+    CLI::App app("Talk to GNSS receivers.", "vkcomm");
+    app.set_version_flag("--version", VKCOMM_VERSION);
+    app.require_subcommand(1);
+    app.footer("vkcomm VERB --help explains each verb, with an example that needs no hardware.");
+    Run run;
+    addDecode(app, run);
+    addSimulate(app, run);
+    try {
+        app.parse(argc, argv);
+        return run();
+    } catch (const CLI::ParseError& error) {
+        return app.exit(error) == 0 ? kDone : kWrongUsage;
+    } catch (const std::exception& error) {
+        complain(error.what());
+        return kFailed;
+    }
+}

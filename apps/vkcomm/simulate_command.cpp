@@ -1,0 +1,96 @@
+#include <CLI/CLI.hpp>
+#include <cerrno>
+#include <cstdio>
+#include <memory>
+#include <system_error>
+
+#include "apps/vkcomm/commands.h"
+#include "apps/vkcomm/output.h"
+#include "sim/recording.h"
+
+namespace vkcomm {
+
+namespace {
+
+constexpr const char* kFooter = R"(The same options give the same bytes on every machine.
+  vkcomm simulate nmea -o demo.nmea --seconds 600 --rate 10
+  vkcomm simulate oem4 -o - --damage 2 | vkcomm decode --family oem4 --summary -)";
+
+struct FileCloser {
+    void operator()(std::FILE* file) const {
+        if (file != stdout) std::fclose(file);
+    }
+};
+
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+struct Totals {
+    std::uint64_t bytes = 0;
+    std::uint64_t frames = 0;
+    std::uint64_t damaged = 0;
+};
+
+int failed(const std::string& path, const char* what) {
+    complain(path + ": " + what + ": " + std::generic_category().message(errno));
+    return kFailed;
+}
+
+int simulate(const sim::RecordingOptions& options, const std::string& path) {
+    if (const std::string problem = sim::problemWith(options); !problem.empty()) {
+        complain(problem);
+        return kWrongUsage;
+    }
+    const File file(path == "-" ? stdout : std::fopen(path.c_str(), "wb"));
+    if (!file) return failed(path, "cannot be written");
+
+    sim::RecordingWriter writer(options);
+    sim::Piece piece;
+    Totals totals;
+    Progress progress("simulating", std::nullopt);
+    while (writer.next(piece)) {
+        if (std::fwrite(piece.bytes.data(), 1, piece.bytes.size(), file.get()) != piece.bytes.size())
+            return failed(path, "writing failed");
+        totals.bytes += piece.bytes.size();
+        totals.frames += piece.frames.size();
+        for (const sim::Frame& frame : piece.frames)
+            totals.damaged += frame.whole ? 0 : 1;
+        progress.at(totals.bytes);
+    }
+    if (std::fflush(file.get()) != 0) return failed(path, "writing failed");
+    std::fprintf(stderr, "%s: %llu bytes, %llu frames, %llu of them damaged\n", path.c_str(),
+                 static_cast<unsigned long long>(totals.bytes),
+                 static_cast<unsigned long long>(totals.frames),
+                 static_cast<unsigned long long>(totals.damaged));
+    return kDone;
+}
+
+}  // namespace
+
+void addSimulate(CLI::App& app, Run& run) {
+    struct Options {
+        sim::RecordingOptions recording;
+        std::string path;
+    };
+
+    auto options = std::make_shared<Options>();
+    CLI::App* verb = app.add_subcommand("simulate", "Write what a simulated receiver sends");
+    verb->footer(kFooter);
+    std::vector<std::string> families;
+    for (const sim::Family& family : sim::families())
+        families.emplace_back(family.name);
+    verb->add_option("FAMILY", options->recording.family, "Receiver family")
+        ->required()
+        ->check(CLI::IsMember(families));
+    verb->add_option("-o,--output", options->path, "File to write; - is standard output")->required();
+    verb->add_option("--seconds", options->recording.seconds, "Length of the recording")
+        ->capture_default_str();
+    verb->add_option("--rate", options->recording.rateHz, "Epochs a second")->capture_default_str();
+    verb->add_option("--seed", options->recording.seed, "Another seed, another recording")
+        ->capture_default_str();
+    verb->add_option("--damage", options->recording.damagePercent, "Percent of the frames to damage")
+        ->capture_default_str();
+    verb->callback(
+        [options, &run] { run = [options] { return simulate(options->recording, options->path); }; });
+}
+
+}  // namespace vkcomm

@@ -1,0 +1,7 @@
+if(VKCOMM_SANITIZE)
+  add_compile_options(-fsanitize=${VKCOMM_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VKCOMM_SANITIZE})
+endif()
+if(VKCOMM_BUILD_FUZZERS)
+  add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

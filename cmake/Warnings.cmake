@@ -1,0 +1,6 @@
+# Warnings are errors in everything we write; users who build us as a subproject only get the library's own.
+add_library(vkcomm_warnings INTERFACE)
+target_compile_options(vkcomm_warnings INTERFACE
+  -Wall -Wextra -Wpedantic -Werror -Wshadow -Wconversion -Wsign-conversion -Wcast-qual -Wold-style-cast
+  -Wnon-virtual-dtor -Woverloaded-virtual -Wundef -Wformat=2
+  $<$<CXX_COMPILER_ID:GNU>:-Wlogical-op -Wduplicated-cond>)

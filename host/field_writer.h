@@ -1,0 +1,46 @@
+// Appends named values to a line, as JSON members or as words for people.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "vkcomm/util/bytes.h"
+
+namespace vkcomm {
+
+enum class LineFormat { kText, kJson };
+
+// Text: " name=value". JSON: "name":value, members separated by commas; the caller writes the braces. Values
+// that are not finite are null. Text bytes that are not printable ASCII are escaped (JSON \u00xx, text \xhh).
+// Does not own out.
+class FieldWriter {
+public:
+    FieldWriter(std::string& out, LineFormat format) : m_out(out), m_format(format) {}
+
+    void text(std::string_view name, std::string_view value);
+    void integer(std::string_view name, std::int64_t value);
+    // With that many decimals.
+    void real(std::string_view name, double value, int decimals);
+    void boolean(std::string_view name, bool value);
+    // A list of texts.
+    void beginList(std::string_view name);
+    void item(std::string_view value);
+    void endList();
+
+    LineFormat format() const { return m_format; }
+
+private:
+    void name(std::string_view name);
+    void quoted(std::string_view value);
+
+    std::string& m_out;
+    LineFormat m_format;
+    bool m_first = true;
+    bool m_firstItem = true;
+};
+
+// Lower-case hexadecimal, two digits a byte.
+void appendHex(std::string& out, ByteSpan bytes);
+
+}  // namespace vkcomm

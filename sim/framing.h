@@ -1,0 +1,22 @@
+// What the damage needs to know about a family's frames.
+#pragma once
+
+#include <cstddef>
+#include <span>
+#include <string_view>
+
+#include "vkcomm/util/bytes.h"
+
+namespace vkcomm::sim {
+
+struct Framing {
+    // True when bytes begin with a whole frame that passes its check; more may follow it.
+    bool (*startsWithFrame)(ByteSpan bytes);
+    // Bytes at the end of a frame that its check does not cover, so that changing them alone may go
+    // unnoticed.
+    std::size_t uncheckedTail;
+    // Beginnings of frames that never end; a decoder must not lose the frames behind them.
+    std::span<const std::string_view> falseHeads;
+};
+
+}  // namespace vkcomm::sim

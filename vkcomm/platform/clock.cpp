@@ -1,0 +1,28 @@
+#include "vkcomm/platform/clock.h"
+
+#include <thread>
+
+namespace vkcomm {
+
+namespace {
+
+class SystemClock final : public Clock {
+public:
+    std::chrono::milliseconds now() override {
+        const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+        return std::chrono::duration_cast<std::chrono::milliseconds>(sinceStart);
+    }
+
+    void sleep(std::chrono::milliseconds time) override {
+        if (time.count() > 0) std::this_thread::sleep_for(time);
+    }
+};
+
+}  // namespace
+
+Clock& systemClock() {
+    static SystemClock clock;
+    return clock;
+}
+
+}  // namespace vkcomm

@@ -1,0 +1,12 @@
+#include "vkcomm/platform/terminal.h"
+
+#include <csignal>
+#include <unistd.h>
+
+namespace vkcomm {
+
+bool isErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+void ignoreClosedPipes() { std::signal(SIGPIPE, SIG_IGN); }
+
+}  // namespace vkcomm
