@@ -38,11 +38,13 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     (void)sentence.GetNumberOfDataFields();
 
     CNmeaFormat parser;
-    parser.bProcessGGA({data, size});
-    parser.bProcessGSA({data, size});
-    parser.bProcessGST({data, size});
-    parser.bProcessRMC({data, size});
-    parser.bProcessZDA({data, size});
-    require(parser.Time().gpsWeek >= 0 || parser.Time().year < 1980);
+    require(parser.bProcessGGA({data, size}) == (parser.Flags().gga ? 1 : 0));
+    require(parser.bProcessGSA({data, size}) == (parser.Flags().gsa ? 1 : 0));
+    require(parser.bProcessGST({data, size}) == (parser.Flags().gst ? 1 : 0));
+    require(parser.bProcessRMC({data, size}) == (parser.Flags().rmc ? 1 : 0));
+    require(parser.bProcessZDA({data, size}) == (parser.Flags().zda ? 1 : 0));
+    require(parser.bProcessGGA(reinterpret_cast<const unsigned char*>(text.c_str())) ==
+            (parser.Flags().gga ? 1 : 0));
+    require(!std::isnan(parser.Fix().position.latitude) && !std::isnan(parser.Fix().position.longitude));
     return 0;
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 
 #include "host/byte_source.h"
 #include "vkcomm/decode/stream_decoder.h"
@@ -28,8 +29,9 @@ struct DecodeSteps {
 };
 
 // Feeds source to decoder chunk bytes at a time (1 to kLargestChunk) and calls steps.record for each record,
-// those behind an incomplete frame at the end of the input included. False when a step stopped it; a read
-// failure ends the input and is told by source.error().
-bool decodeStream(ByteSource& source, CNOut& decoder, int chunk, const DecodeSteps& steps);
+// those behind an incomplete frame at the end of the input included. Without a chunk the pieces are large and
+// never end in a CR while more is to come, so that no line is cut before its LF. False when a step stopped
+// it; a read failure ends the input and is told by source.error().
+bool decodeStream(ByteSource& source, CNOut& decoder, std::optional<int> chunk, const DecodeSteps& steps);
 
 }  // namespace vkcomm

@@ -1,7 +1,9 @@
 #include "host/field_writer.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstring>
 
 #include "vkcomm/util/numbers.h"
 
@@ -11,7 +13,35 @@ namespace {
 
 constexpr char kHexDigits[] = "0123456789abcdef";
 
-bool isUnescaped(char c) { return c >= ' ' && c <= '~' && c != '"' && c != '\\'; }
+// Characters that stand for themselves inside quotes.
+constexpr std::array<bool, 256> kStandsForItself = [] {
+    std::array<bool, 256> table{};
+    for (std::size_t c = ' '; c <= '~'; ++c)
+        table[c] = c != '"' && c != '\\';
+    return table;
+}();
+
+bool standsForItself(char c) { return kStandsForItself[static_cast<unsigned char>(c)]; }
+
+// Puts a few short pieces together and appends them at once: appending them one by one to the string costs
+// more than everything else here.
+class ShortPiece {
+public:
+    static constexpr std::size_t kRoom = 120;
+
+    void add(char c) { m_text[m_size++] = c; }
+
+    void add(std::string_view text) {
+        std::memcpy(m_text.data() + m_size, text.data(), text.size());
+        m_size += text.size();
+    }
+
+    std::string_view view() const { return {m_text.data(), m_size}; }
+
+private:
+    std::array<char, kRoom + 8> m_text;
+    std::size_t m_size = 0;
+};
 
 }  // namespace
 
@@ -53,38 +83,51 @@ void FieldWriter::item(std::string_view value) {
 void FieldWriter::endList() { m_out += ']'; }
 
 void FieldWriter::name(std::string_view name) {
+    ShortPiece piece;
+    name = name.substr(0, ShortPiece::kRoom);
     if (m_format == LineFormat::kText) {
-        m_out += ' ';
-        m_out += name;
-        m_out += '=';
-        return;
+        piece.add(' ');
+        piece.add(name);
+        piece.add('=');
+    } else {
+        if (!m_first) piece.add(',');
+        m_first = false;
+        piece.add('"');
+        piece.add(name);
+        piece.add("\":");
     }
-    if (!m_first) m_out += ',';
-    m_first = false;
-    m_out += '"';
-    m_out += name;
-    m_out += "\":";
+    m_out += piece.view();
 }
 
 void FieldWriter::quoted(std::string_view value) {
     const bool json = m_format == LineFormat::kJson;
-    if (json) m_out += '"';
-    for (auto at = value.begin(); at != value.end();) {
-        const auto stop = std::find_if_not(at, value.end(), isUnescaped);
-        m_out.append(at, stop);
-        if (stop == value.end()) break;
-        const auto byte = static_cast<unsigned char>(*stop);
-        if (*stop == '"' || *stop == '\\') {
-            if (json) m_out += '\\';
-            m_out += *stop;
-        } else {
-            m_out += json ? "\\u00" : "\\x";
-            m_out += kHexDigits[byte >> 4];
-            m_out += kHexDigits[byte & 15];
-        }
-        at = stop + 1;
+    if (value.size() <= ShortPiece::kRoom && std::ranges::all_of(value, standsForItself)) {
+        ShortPiece piece;
+        if (json) piece.add('"');
+        piece.add(value);
+        if (json) piece.add('"');
+        m_out += piece.view();
+        return;
     }
     if (json) m_out += '"';
+    for (const char c : value)
+        escaped(c);
+    if (json) m_out += '"';
+}
+
+void FieldWriter::escaped(char c) {
+    const bool json = m_format == LineFormat::kJson;
+    if (standsForItself(c)) {
+        m_out += c;
+    } else if (c == '"' || c == '\\') {
+        if (json) m_out += '\\';
+        m_out += c;
+    } else {
+        const auto byte = static_cast<unsigned char>(c);
+        m_out += json ? "\\u00" : "\\x";
+        m_out += kHexDigits[byte >> 4];
+        m_out += kHexDigits[byte & 15];
+    }
 }
 
 void appendHex(std::string& out, ByteSpan bytes) {

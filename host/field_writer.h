@@ -33,6 +33,7 @@ public:
 private:
     void name(std::string_view name);
     void quoted(std::string_view value);
+    void escaped(char c);
 
     std::string& m_out;
     LineFormat m_format;

@@ -20,7 +20,7 @@ struct Options {
     bool tilde = false;
     std::string mask;
     std::string family;
-    int chunk = kLargestChunk;
+    std::optional<int> chunk;
 };
 
 constexpr const char* kFooter = R"(Lines show offset, family, Id, name, size and values of each record.
@@ -143,7 +143,7 @@ void addDecode(CLI::App& app, Run& run) {
         ->check(CLI::IsMember(families))
         ->excludes(mask);
     verb->add_flag("--tilde", options->tilde, "Recognise frames between two '~'");
-    verb->add_option("--chunk", options->chunk, "Bytes handed to the decoder at a time")
+    verb->add_option("--chunk", options->chunk, "Hand exactly this many bytes to the decoder at a time")
         ->check(CLI::Range(1, kLargestChunk));
     verb->callback([options, &run] { run = [options] { return Decoding(*options).run(); }; });
 }

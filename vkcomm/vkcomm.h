@@ -1,0 +1,20 @@
+// Everything public, for those who want one line.
+#pragma once
+
+#include "vkcomm/datum/geodetic.h"
+#include "vkcomm/datum/process_settings.h"
+#include "vkcomm/decode/framed_record.h"
+#include "vkcomm/decode/log_type.h"
+#include "vkcomm/decode/record_ids.h"
+#include "vkcomm/decode/record_names.h"
+#include "vkcomm/decode/stream_decoder.h"
+#include "vkcomm/formats/nmea_format.h"
+#include "vkcomm/formats/sentence.h"
+#include "vkcomm/gpstime/gps_time.h"
+#include "vkcomm/platform/clock.h"
+#include "vkcomm/util/bytes.h"
+#include "vkcomm/util/checksums.h"
+#include "vkcomm/util/narrow_string.h"
+#include "vkcomm/util/numbers.h"
+#include "vkcomm/util/receive_buffer.h"
+#include "vkcomm/util/search_string.h"
