@@ -92,9 +92,9 @@ constexpr ParsedSentence kParsedSentences[] = {
 void writeFields(FieldWriter& out, std::string_view sentence) {
     const std::string_view data = sentence.substr(0, sentence.rfind('*'));
     out.beginList("fields");
-    for (std::size_t comma = data.find(','); comma != data.npos;) {
+    for (std::size_t comma = data.find(','); comma != std::string_view::npos;) {
         const std::size_t next = data.find(',', comma + 1);
-        out.item(data.substr(comma + 1, next == data.npos ? next : next - comma - 1));
+        out.item(data.substr(comma + 1, next == std::string_view::npos ? next : next - comma - 1));
         comma = next;
     }
     out.endList();

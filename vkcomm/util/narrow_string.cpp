@@ -110,7 +110,7 @@ int CNString::ComputeBuffer(unsigned int n) {
 }
 
 CNString& CNString::SetBuffer(unsigned int n) {
-    if (n == m_NSMAX || n > m_NSLIMIT) return *this;
+    if (n > m_NSLIMIT) return *this;  // m_NSMAX among them
     const unsigned int before = m_capacity;
     if (ComputeBuffer(n) == 0) return *this;
     std::unique_ptr<char[]> block(new (std::nothrow) char[std::size_t{m_capacity} + 1]);
