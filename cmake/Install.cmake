@@ -5,7 +5,12 @@ set(vkcomm_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vkcomm)
 install(TARGETS vkcomm vkcomm_static EXPORT vkcommTargets)
 install(EXPORT vkcommTargets NAMESPACE vkcomm:: DESTINATION ${vkcomm_package_dir})
 
+# Headers that say so are the library's inside and stay at home.
 foreach(header ${vkcomm_headers})
+  file(STRINGS ${CMAKE_CURRENT_SOURCE_DIR}/${header} inside REGEX "part of the library's inside" LIMIT_COUNT 1)
+  if(inside)
+    continue()
+  endif()
   get_filename_component(folder ${header} DIRECTORY)
   install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vkcomm/${folder})
 endforeach()

@@ -1,16 +1,13 @@
-// Bytes for parsers: literal and built ones as spans, and what the recordings hold.
+// Bytes for parsers, literal and built.
 #pragma once
 
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <string_view>
 
 #include "tests/decode/frames.h"
+#include "tests/host/recordings.h"
 #include "vkcomm/util/bytes.h"
 
 namespace vkcomm::test {
@@ -40,17 +37,5 @@ inline std::string patched(std::string bytes, std::size_t at, std::string_view v
 }
 
 inline std::string gpgga(const std::wstring& sentence) { return {sentence.begin(), sentence.end()}; }
-
-// The folder of the recordings: VKCOMM_DATA, else beside the sources.
-inline std::filesystem::path recordingsFolder() {
-    if (const char* folder = std::getenv("VKCOMM_DATA")) return folder;
-    return std::filesystem::path(VKCOMM_SOURCE_DIR) / ".." / "shared" / "data";
-}
-
-// Empty when there is no such recording.
-inline std::string recording(std::string_view name) {
-    std::ifstream file(recordingsFolder() / name, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 }  // namespace vkcomm::test
