@@ -64,7 +64,7 @@ int CNOut::bProcress01() {
     if (!have(size)) return incomplete();
     if (sum16(part(0, size - 2)) != loadLe<std::uint16_t>(part(size - 2, 2).data()))
         return reject(LOG_CMC_BINARY);
-    return accept(LOG_CMC_BINARY, m_frame[1], size);
+    return accept(LOG_CMC_BINARY, frame()[1], size);
 }
 
 int CNOut::bProcress02() {
@@ -100,20 +100,14 @@ int CNOut::bProcress40() {
     if (check != 0 && check != '@') return reject(LOG_AT_BINARY);
     store(size);
     m_type = LOG_AT_BINARY;
-    m_id = m_frame[1];
+    m_id = frame()[1];
     return accept(size + 2);
 }
 
 int CNOut::bProcress7E() {
     if (m_tildeFrames == 0) return 0;
-    const auto end = std::find(m_frame.begin() + 1, m_frame.end(), static_cast<unsigned char>('~'));
-    const int size = static_cast<int>(end - m_frame.begin()) + 1;
-    if (size > kRecordSize) return reject(LOG_MODEM_REPLY);
-    if (end == m_frame.end()) {
-        waitFor(size, false);
-        return incomplete();
-    }
-    return accept(LOG_MODEM_REPLY, 3, size);
+    int size = 0;
+    return findMark('~', kRecordSize, LOG_MODEM_REPLY, size) ? accept(LOG_MODEM_REPLY, 3, size) : m_outcome;
 }
 
 int CNOut::bProcesssAA() {
@@ -171,7 +165,7 @@ int CNOut::hemisphereBinary() {
     const int size = loadLe<std::uint16_t>(part(6, 2).data()) + kHemisphereFraming;
     if (size > kRecordSize) return reject(LOG_HEMISPHERE_BINARY);
     if (!have(size)) return incomplete();
-    if (!bCheckSumForHemisphere(m_frame.data(), size)) return reject(LOG_HEMISPHERE_BINARY);
+    if (!bCheckSumForHemisphere(frame().data(), size)) return reject(LOG_HEMISPHERE_BINARY);
     store(size);
     DecodeHemisphereBinary();
     return accept(size);

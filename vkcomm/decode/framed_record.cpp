@@ -12,13 +12,7 @@ namespace {
 // The longest text record, its terminating zero not counted.
 constexpr int kLongestText = CNOutUnknown::kRecordSize - 1;
 
-CNOutUnknown::RETURN readResult(BUFFER_GET_RETURN got) {
-    return got == BUFFER_GET_OK ? CNOutUnknown::RETURN_COMPLETE : CNOutUnknown::RETURN_INCOMPLETE;
-}
-
 }  // namespace
-
-CNOutUnknown::CNOutUnknown() = default;
 
 CNOutUnknown::CNOutUnknown(const CNOutUnknown& other) {
     const std::scoped_lock lock(other.m_lock);
@@ -44,7 +38,11 @@ void CNOutUnknown::copyFrom(const CNOutUnknown& other) {
     m_recordOffset = other.m_recordOffset;
     m_received = other.m_received;
     m_dropped = other.m_dropped;
-    m_textCopied = other.m_textCopied;
+    m_acceptedSize = other.m_acceptedSize;
+    m_acceptedSecond = other.m_acceptedSecond;
+    m_looked = other.m_looked;
+    m_plainBegin = other.m_plainBegin;
+    m_plainEnd = other.m_plainEnd;
     m_waitBytes = other.m_waitBytes;
     m_waitText = other.m_waitText;
     m_worthReading = other.m_worthReading.load();
@@ -56,7 +54,8 @@ void CNOutUnknown::Clear() {
     m_buffer.Clear();
     m_id = 0;
     m_type = LOG_NONE;
-    m_size = 0;
+    m_size = m_acceptedSize = 0;
+    m_acceptedSecond = 0;
     m_recordBytes = 0;
     m_lastRead = RETURN_NONE;
 }
@@ -64,13 +63,13 @@ void CNOutUnknown::Clear() {
 inline void CNOutUnknown::noteArrival(const unsigned char* bytes, int len) {
     if (m_worthReading.load(std::memory_order_relaxed)) return;
     const bool lengthReached = static_cast<int>(m_buffer.frame().size()) >= m_waitBytes;
-    if (lengthReached || (m_waitText && findTextEnd(bytes, bytes + len) != bytes + len))
-        m_worthReading.store(true, std::memory_order_release);
+    if (lengthReached || (m_waitText && findTextEnd(bytes, bytes + len) != bytes + len)) wake();
 }
 
 BUFFER_SET_RETURN CNOutUnknown::Set(const unsigned char* bytes, int len) {
     const std::scoped_lock lock(m_lock);
     if (len < 0 || (!bytes && len > 0)) return BUFFER_SET_OVERFLOW;
+    releaseRead();
     m_received += static_cast<std::uint64_t>(len);
     const int buffered = m_buffer.iAmount();
     const BUFFER_SET_RETURN result = m_buffer.Set(bytes, len);
@@ -84,6 +83,7 @@ BUFFER_SET_RETURN CNOutUnknown::Set(const unsigned char* bytes, int len) {
 
 BUFFER_SET_RETURN CNOutUnknown::Set(unsigned char byte) {
     const std::scoped_lock lock(m_lock);
+    releaseRead();
     ++m_received;
     const int buffered = m_buffer.iAmount();
     m_buffer.Set(byte);
@@ -94,12 +94,13 @@ BUFFER_SET_RETURN CNOutUnknown::Set(unsigned char byte) {
 
 unsigned char* CNOutUnknown::SetRequestBufSpace(int n) {
     const std::scoped_lock lock(m_lock);
+    releaseRead();
     const int buffered = m_buffer.iAmount();
     unsigned char* space = m_buffer.SetRequestBufSpace(n);
     if (!space) return nullptr;
     m_received += static_cast<std::uint64_t>(n);
     if (m_buffer.iAmount() != buffered + n) lose(buffered);
-    m_worthReading.store(true, std::memory_order_release);
+    wake();
     return space;
 }
 
@@ -111,86 +112,78 @@ int CNOutUnknown::iBytesInRxBuf() const {
 void CNOutUnknown::ReSync(int n) {
     const std::scoped_lock lock(m_lock);
     m_buffer.ReSync(n);
-    m_worthReading.store(true, std::memory_order_release);
+    wake();
 }
 
 void CNOutUnknown::vSetStartAndOffset() {
     const std::scoped_lock lock(m_lock);
     beginFrame();
+    wake();
 }
 
 CNOutUnknown::RETURN CNOutUnknown::eRead(unsigned char* out, int len, int advance) {
-    const std::scoped_lock lock(m_lock);
-    beginFrame();
-    const int before = m_buffer.iAmount();
-    m_lastRead = readResult(m_buffer.Get(out, len, advance));
-    m_dropped += static_cast<std::uint64_t>(before - m_buffer.iAmount());
-    return m_lastRead;
+    return readRaw([&] { return m_buffer.Get(out, len, advance); });
 }
 
 CNOutUnknown::RETURN CNOutUnknown::eRead(unsigned char* out, int max, unsigned char until, int* count,
                                          int advance) {
+    return readRaw([&] { return m_buffer.Get(out, max, until, count, advance); });
+}
+
+template <typename Step>
+CNOutUnknown::RETURN CNOutUnknown::readRaw(Step step) {
     const std::scoped_lock lock(m_lock);
     beginFrame();
     const int before = m_buffer.iAmount();
-    m_lastRead = readResult(m_buffer.Get(out, max, until, count, advance));
+    m_lastRead = step() == BUFFER_GET_OK ? RETURN_COMPLETE : RETURN_INCOMPLETE;
     m_dropped += static_cast<std::uint64_t>(before - m_buffer.iAmount());
+    wake();
     return m_lastRead;
 }
 
 CNOutUnknown::RETURN CNOutUnknown::CopyStr(CnBuffer& buffer, int start, unsigned char end) {
-    const ByteSpan arrived = buffer.frame().subspan(static_cast<std::size_t>(buffer.iTaken()));
     // byte k of the record is text[k - start]
+    const ByteSpan arrived = buffer.frame().subspan(static_cast<std::size_t>(buffer.iTaken()));
     const unsigned char* const text = arrived.data();
-    const int available = start + static_cast<int>(arrived.size());
-    const int resume = std::max(start, m_textCopied);
-    const unsigned char* const last = text + (std::min(available, kLongestText) - start);
-    const unsigned char* const first = text + (resume - start);
-    const unsigned char* stop = findTextEnd(first, last);
-    if (isPlainText(end)) stop = std::find(first, stop, end);
+    const int available = static_cast<int>(arrived.size());
+    int run = plainRun(arrived, &buffer == &m_buffer);
+    if (isPlainText(end)) run = static_cast<int>(std::find(text, text + run, end) - text);
 
-    std::memcpy(m_record + resume, first, static_cast<std::size_t>(stop - first));
-    m_size = start + static_cast<int>(stop - text);
-    if (m_size == available && m_size < kLongestText) {
-        m_textCopied = m_size;
-        return RETURN_INCOMPLETE;
-    }
-    const bool carriage = stop != last && *stop == '\r';
-    const int endAt = carriage ? m_size + 1 : m_size;
-    if (stop == last || endAt >= kLongestText || (*stop != end && !carriage)) {
+    if (run == available && start + run < kLongestText) return RETURN_INCOMPLETE;
+    const bool carriage = run < available && text[run] == '\r';
+    const int endAt = start + run + (carriage ? 1 : 0);
+    if (endAt >= kLongestText || (text[run] != end && !carriage)) {
         buffer.ReSync(1);
         return RETURN_REJECTED;
     }
-    const bool endArrived = carriage && m_size + 1 < available && stop[1] == end;
-    buffer.Get(nullptr, static_cast<int>(stop - text) + 1 + (endArrived ? 1 : 0), 1);
-    m_record[m_size] = *stop;
+    const bool endArrived = carriage && run + 1 < available && text[run + 1] == end;
+    std::memcpy(m_record + start, text, static_cast<std::size_t>(run) + 1);
     m_record[endAt] = end;
     m_record[endAt + 1] = 0;
     m_size = endAt + 1;
+    buffer.Get(nullptr, run + 1 + (endArrived ? 1 : 0), 1);
     return RETURN_COMPLETE;
 }
 
-void CNOutUnknown::beginFrame() {
-    if (m_lastRead == RETURN_INCOMPLETE) {
-        m_buffer.Sync();
-        m_lastRead = RETURN_COMPLETE;
-    } else {
-        m_buffer.SetSync();
-        m_textCopied = 0;
-    }
+// How many bytes at the front of text, which reaches to the end of what has arrived, are plain. Remembers the stretch
+// that it looked through last, so that neither a line that arrives in pieces nor one rejected lead after another makes
+// it look twice.
+int CNOutUnknown::plainRun(ByteSpan text, bool isStream) {
+    const unsigned char* const last = text.data() + text.size();
+    if (!isStream) return static_cast<int>(findTextEnd(text.data(), last) - text.data());
+    const std::uint64_t at = m_received - text.size();
+    const bool isKnown = at >= m_plainBegin && at < m_plainEnd;
+    const std::uint64_t known = isKnown ? m_plainEnd - at : 0;
+    const unsigned char* const stop = findTextEnd(text.data() + known, last);
+    if (!isKnown) m_plainBegin = at;
+    m_plainEnd = at + static_cast<std::uint64_t>(stop - text.data());
+    return static_cast<int>(stop - text.data());
 }
-
-void CNOutUnknown::waitFor(int frameBytes, bool text) {
-    m_waitBytes = frameBytes;
-    m_waitText = text;
-}
-
-void CNOutUnknown::awaitArrival() { m_worthReading.store(false, std::memory_order_release); }
 
 void CNOutUnknown::lose(int bytes) {
     m_dropped += static_cast<std::uint64_t>(bytes);
-    m_textCopied = 0;
-    m_worthReading.store(true, std::memory_order_release);
+    m_looked = 0;
+    wake();
 }
 
 }  // namespace vkcomm

@@ -31,7 +31,7 @@ public:
     // Bytes a record can hold. Longer frames are refused.
     static constexpr int kRecordSize = 8192;
 
-    CNOutUnknown();
+    CNOutUnknown() = default;
     CNOutUnknown(const CNOutUnknown& other);
     CNOutUnknown& operator=(const CNOutUnknown& other);
     virtual ~CNOutUnknown() = default;
@@ -76,18 +76,33 @@ public:
     int RecordConsumed() const { return m_recordConsumed; }
 
 protected:
-    // Copies a text line behind the start bytes of the record: plain characters up to and including end. A CR
-    // that is not followed by end, or by nothing yet, is completed (deliberate: such receivers never send the
-    // LF). Complete, incomplete, or rejected with the buffer moved one byte past its lead. A second call on
-    // the same frame goes on where the first ran out of bytes.
+    // Copies a text line behind the start bytes of the record: plain characters up to and including end, a zero behind
+    // them. A CR that is not followed by end, or by nothing yet, is completed (deliberate: such receivers never send
+    // the LF). Complete; incomplete; or rejected, with the buffer moved one byte past its lead, when another byte comes
+    // or when end would stand at 8191 or beyond. Only a complete line changes the record.
     RETURN CopyStr(CnBuffer& buffer, int start, unsigned char end);
 
     // The lock is held by whoever calls what follows.
-    void beginFrame();
+    void beginFrame() {
+        if (m_lastRead == RETURN_INCOMPLETE) {
+            m_buffer.Sync();
+            m_lastRead = RETURN_COMPLETE;
+        } else {
+            m_buffer.SetSync();
+            m_looked = 0;
+        }
+    }
+
     // The frame cannot be complete before it has that many bytes; text true: or before a byte arrives that is
     // not plain text. From awaitArrival until then reads answer "incomplete" without looking.
-    void waitFor(int frameBytes, bool text);
-    void awaitArrival();
+    void waitFor(int frameBytes, bool text) {
+        m_waitBytes = frameBytes;
+        m_waitText = text;
+    }
+
+    void awaitArrival() { m_worthReading.store(false, std::memory_order_release); }
+
+    void wake() { m_worthReading.store(true, std::memory_order_release); }
 
     mutable std::mutex m_lock;
     std::atomic<bool> m_worthReading{true};
@@ -99,18 +114,33 @@ protected:
     LOG_TYPE m_type = LOG_NONE;
     int m_size = 0;
 
+    // Of the last record that was accepted, whatever rejected lines have left in the record since.
+    int m_acceptedSize = 0;
+    unsigned char m_acceptedSecond = 0;
+
     int m_recordBytes = 0;
     int m_recordConsumed = 0;
     std::uint64_t m_recordOffset = 0;
     std::uint64_t m_received = 0;  // bytes ever fed
     std::uint64_t m_dropped = 0;
+    int m_looked = 0;  // bytes of the incomplete frame that were searched for its end mark
 
 private:
     void copyFrom(const CNOutUnknown& other);
     void noteArrival(const unsigned char* bytes, int len);
     void lose(int bytes);
 
-    int m_textCopied = 0;  // how far CopyStr got in the frame that is incomplete
+    template <typename Step>
+    RETURN readRaw(Step step);
+    int plainRun(ByteSpan text, bool isStream);
+
+    // The bytes of a record that was read make room for new ones.
+    void releaseRead() {
+        if (m_lastRead == RETURN_COMPLETE) m_buffer.SetSync();
+    }
+
+    std::uint64_t m_plainBegin = 0;  // a stretch of the stream that is plain text, see plainRun
+    std::uint64_t m_plainEnd = 0;
     int m_waitBytes = 0;
     bool m_waitText = false;
 };

@@ -7,8 +7,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
+#include <type_traits>
 
 #include "vkcomm/decode/record_names.h"
+#include "vkcomm/util/bytes.h"
 
 namespace vkcomm::detail {
 
@@ -44,9 +46,12 @@ private:
     };
 
     static constexpr std::uint64_t tail(std::string_view name) {
+        if (name.size() > kTail) name.remove_prefix(name.size() - kTail);
+        if (!std::is_constant_evaluated())
+            return loadLeUpTo8(reinterpret_cast<const unsigned char*>(name.data()), name.size());
         std::uint64_t key = 0;
-        for (std::size_t i = name.size() > kTail ? name.size() - kTail : 0; i < name.size(); ++i)
-            key = key << 8 | static_cast<unsigned char>(name[i]);
+        for (std::size_t i = 0; i < name.size(); ++i)
+            key |= std::uint64_t{static_cast<unsigned char>(name[i])} << 8 * i;
         return key;
     }
 

@@ -29,10 +29,6 @@ constexpr bool idsAreUnique(std::span<const KnownName> rows) {
 std::span<const KnownName> oem4Names();
 const KnownName* findOem4(std::string_view name);
 
-// nmea_names.cpp: talkers and formatters by number. Here and below null stands for an unknown name.
-const KnownName* findTalker(std::string_view letters);
-const KnownName* findFormatter(std::string_view letters);
-
 // sentence_names.cpp: sentences of makers ("PASHR,POS", "PCSI") and NovAtel's '$' logs ("POSA").
 std::span<const KnownName> makerSentenceNames();
 std::span<const KnownName> novatelAsciiNames();

@@ -373,6 +373,15 @@ constexpr auto kFormatters = std::to_array<KnownName>({
     {240, "ZZU", "time, UTC"},
 });
 
+constexpr std::size_t kTalkerSize = 2;
+constexpr std::size_t kFormatterSize = 3;
+
+template <std::size_t Rows>
+constexpr bool namesHaveSize(const std::array<KnownName, Rows>& rows, std::size_t size) {
+    return std::all_of(rows.begin(), rows.end(),
+                       [size](const KnownName& row) { return row.name.size() == size; });
+}
+
 constexpr detail::NameIndex kTalkerIndex(kTalkers);
 constexpr detail::NameIndex kFormatterIndex(kFormatters);
 
@@ -380,6 +389,7 @@ static_assert(detail::isOrderedById(kTalkers) && detail::idsAreUnique(kTalkers) 
               detail::namesFit(kTalkers) && kTalkerIndex.isUnique());
 static_assert(detail::isOrderedById(kFormatters) && detail::idsAreUnique(kFormatters) &&
               detail::namesFit(kFormatters) && kFormatterIndex.isUnique());
+static_assert(namesHaveSize(kTalkers, kTalkerSize) && namesHaveSize(kFormatters, kFormatterSize));
 static_assert(kTalkers.back().id < 200 && kFormatters.back().id < 1000,
               "the Ids would run into those of makers");
 
@@ -389,8 +399,12 @@ std::span<const KnownName> nmeaTalkers() { return kTalkers; }
 
 std::span<const KnownName> nmeaFormatters() { return kFormatters; }
 
-const KnownName* detail::findTalker(std::string_view letters) { return kTalkerIndex.find(letters); }
-
-const KnownName* detail::findFormatter(std::string_view letters) { return kFormatterIndex.find(letters); }
+unsigned nmeaId(std::string_view talker, std::string_view formatter) {
+    // settled here, the sizes are constants of the look-ups
+    if (talker.size() != kTalkerSize || formatter.size() != kFormatterSize) return 0;
+    const KnownName* known = kTalkerIndex.find(talker);
+    const KnownName* sentence = kFormatterIndex.find(formatter);
+    return known && sentence ? nmeaId(known->id, sentence->id) : 0;
+}
 
 }  // namespace vkcomm

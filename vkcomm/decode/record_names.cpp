@@ -14,9 +14,13 @@ std::size_t countDigits(std::string_view text) {
     return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isDigit) - text.begin());
 }
 
+bool isFieldEnd(std::string_view text, std::size_t at) {
+    return at >= text.size() || text[at] == ',' || text[at] == '*';
+}
+
 // The size of text up to the end of the field of a sentence that begins at start.
 std::size_t fieldEnd(std::string_view text, std::size_t start) {
-    while (start < text.size() && text[start] != ',' && text[start] != '*')
+    while (!isFieldEnd(text, start))
         ++start;
     return start;
 }
@@ -80,10 +84,12 @@ RecordKind dollarKind(std::string_view sentence) {
     constexpr std::size_t kAddressSize = 5;
     if (!sentence.starts_with('$')) return {};
     const std::string_view fields = sentence.substr(1);
-    const std::string_view name = fields.substr(0, fieldEnd(fields, 0));
-    if (name.size() == kAddressSize)
-        if (const unsigned id = nmeaId(name.substr(0, kTalkerSize), name.substr(kTalkerSize)))
+    // no known letters hold the end of a field: when both are known the first field need not be searched for
+    if (fields.size() >= kAddressSize && isFieldEnd(fields, kAddressSize))
+        if (const unsigned id =
+                nmeaId(fields.substr(0, kTalkerSize), fields.substr(kTalkerSize, kAddressSize - kTalkerSize)))
             return {LOG_NMEA, id};
+    const std::string_view name = fields.substr(0, fieldEnd(fields, 0));
     if (const KnownName* log = detail::findNovatelAscii(name)) return {LOG_NOVATEL_ASCII, log->id};
     const bool hasMore = name.size() < fields.size() && fields[name.size()] == ',';
     return makerKind(name, hasMore ? fields.substr(0, fieldEnd(fields, name.size() + 1)) : name);
@@ -96,12 +102,6 @@ unsigned oem4AsciiId(std::string_view log) {
     name.remove_suffix(1);
     const KnownName* row = detail::findOem4(name);
     return row ? row->id : 0;
-}
-
-unsigned nmeaId(std::string_view talker, std::string_view formatter) {
-    const KnownName* known = detail::findTalker(talker);
-    const KnownName* sentence = detail::findFormatter(formatter);
-    return known && sentence ? nmeaId(known->id, sentence->id) : 0;
 }
 
 std::span<const KnownName> knownNames(LOG_TYPE type) {

@@ -54,10 +54,32 @@ constinit const std::array<CNOut::Lead, 256> CNOut::kLeads = [] {
     return leads;
 }();
 
-CNOut::CNOut() = default;
+// Non-zero ends the scan with the result in m_lastRead; zero leaves the cursor behind the lead.
+inline int CNOut::handleLead(unsigned char lead) {
+    m_record[0] = lead;
+    m_buffer.ReSync(1);
+    const Lead& entry = kLeads[lead];
+    if (!entry.handler || (entry.maskBits != 0 && !isEnabled(entry.maskBits))) return 0;
+    return (this->*entry.handler)();
+}
 
-CNOutUnknown::RETURN CNOut::Read() {
-    if (!m_worthReading.load(std::memory_order_acquire)) return RETURN_INCOMPLETE;
+inline CNOutUnknown::RETURN CNOut::readRecord() {
+    m_id = 0;
+    m_type = LOG_NONE;
+    for (;;) {
+        beginFrame();
+        if (!have(1))
+            incomplete();
+        else if (!handleLead(frame()[0])) {
+            ++m_dropped;
+            continue;
+        }
+        if (m_lastRead == RETURN_INCOMPLETE) awaitArrival();
+        return m_lastRead;
+    }
+}
+
+CNOutUnknown::RETURN CNOut::readNow() {
     RETURN result;
     {
         const std::scoped_lock lock(m_lock);
@@ -83,7 +105,7 @@ int CNOut::bSkipLead() {
     m_buffer.ReSync(1);
     m_lastRead = RETURN_COMPLETE;
     ++m_dropped;
-    m_worthReading.store(true, std::memory_order_release);
+    wake();
     return 1;
 }
 
@@ -95,8 +117,8 @@ DecoderCounters CNOut::Counters() const {
     return counters;
 }
 
-unsigned char CNOut::uCheckSum(const unsigned char* data, int len) {
-    return data && len > 0 ? sum8({data, static_cast<std::size_t>(len)}) : static_cast<unsigned char>(0);
+unsigned int CNOut::uCheckSum(const unsigned char* data, int len) {
+    return data && len > 0 ? sum8({data, static_cast<std::size_t>(len)}) : 0u;
 }
 
 int CNOut::bCheckSumForHemisphere(const unsigned char* frame, int len) {
@@ -104,42 +126,6 @@ int CNOut::bCheckSumForHemisphere(const unsigned char* frame, int len) {
     if (!frame || len < kSmallestFrame || frame[len - 2] != '\r' || frame[len - 1] != '\n') return 0;
     const ByteSpan summed(frame + 8, static_cast<std::size_t>(len - kSmallestFrame));
     return sum16(summed) == loadLe<std::uint16_t>(frame + len - 4);
-}
-
-CNOutUnknown::RETURN CNOut::readRecord() {
-    m_id = 0;
-    m_type = LOG_NONE;
-    for (;;) {
-        beginFrame();
-        m_frame = m_buffer.frame();
-        if (!have(1))
-            incomplete();
-        else if (!handleLead(m_frame[0])) {
-            ++m_dropped;
-            continue;
-        }
-        if (m_lastRead == RETURN_INCOMPLETE) awaitArrival();
-        return m_lastRead;
-    }
-}
-
-// Non-zero ends the scan with the result in m_lastRead; zero leaves the cursor behind the lead.
-int CNOut::handleLead(unsigned char lead) {
-    m_record[0] = lead;
-    m_buffer.ReSync(1);
-    const Lead& entry = kLeads[lead];
-    if (!entry.handler || (entry.maskBits != 0 && !isEnabled(entry.maskBits))) return 0;
-    return (this->*entry.handler)();
-}
-
-std::string_view CNOut::textRecord() const {
-    return {reinterpret_cast<const char*>(m_record), static_cast<std::size_t>(m_size)};
-}
-
-bool CNOut::have(int count) {
-    if (static_cast<int>(m_frame.size()) >= count) return true;
-    waitFor(count, false);
-    return false;
 }
 
 int CNOut::incomplete() {
@@ -155,7 +141,8 @@ int CNOut::reject(LOG_TYPE family) {
 }
 
 void CNOut::store(int size) {
-    std::memcpy(m_record, m_frame.data(), static_cast<std::size_t>(size));
+    std::memcpy(m_record, frame().data(), static_cast<std::size_t>(size));
+    if (size < kRecordSize) m_record[size] = 0;
     m_size = size;
 }
 
@@ -163,7 +150,7 @@ int CNOut::accept(int consumed) {
     m_buffer.ReSync(consumed);
     m_recordBytes = m_size;
     m_recordConsumed = consumed;
-    m_recordOffset = m_received - m_frame.size();
+    m_recordOffset = m_received - frame().size();
     m_acceptedSize = m_size;
     m_acceptedSecond = m_record[1];
     ++m_counters.records[m_type];

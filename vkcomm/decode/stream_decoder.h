@@ -1,32 +1,27 @@
 // Cuts the byte stream of any supported receiver into typed records, one at a time.
 //
-// A lead byte chooses a handler; the handler checks header, length, terminator and checksum, and either gives
-// a record, answers "incomplete" (the bytes stay until more arrive), or rejects, after which the byte behind
-// the lead is tried as a lead. Bad frames are never reported, only counted. Payloads are the parsers'
-// business.
+// A lead byte chooses a handler; the handler checks header, length, terminator and checksum, and either gives a
+// record, answers "incomplete" (the bytes stay until more arrive), or rejects, after which the byte behind the lead is
+// tried as a lead. Bad frames are never reported, only counted. Payloads are the parsers' business.
 //
 // Rules a host may meet:
-// - Some handlers use up bytes before or without a check: 0xFF, '%', '@', 0xF5 and 0xF2 with an unknown
-// header, 0x10;
-//   '<' and "$>JSHOW" take whatever text their line holds. They can swallow bytes of other families, so set
-//   the mask of the receiver's family. A '[' that is no port banner is an ordinary rejected lead.
-// - A read may be complete with Type LOG_NONE: an '@' block whose complement test fails (3 bytes used), a
-// radio frame
+// - Some handlers use up bytes before or without a check: 0xFF, '%', '@', 0xF5 and 0xF2 with an unknown header, 0x10;
+//   '<' and "$>JSHOW" take whatever text their line holds. They can swallow bytes of other families, so set the mask
+//   of the receiver's family. A '[' that is no port banner is an ordinary rejected lead.
+// - A read may be complete with Type LOG_NONE: an '@' block whose complement test fails (3 bytes used), a radio frame
 //   with an unknown header (7 or 4), a lone '$' when text sentences are masked off (1).
-// - Size keeps its older value for those, for '%' 'G' blocks (156 bytes used) and for "$>" replies (the '$'
-// used);
-//   a 0x10 byte gives LOG_TSIP with the Id and Size + 1 (at most 8191) of the last record accepted.
-//   RecordBytes always tells the bytes.
+// - Size keeps its older value for those, for '%' 'G' blocks (156 bytes used) and for "$>" replies (the '$' used). A
+//   0x10 byte gives LOG_TSIP; its Id is the second byte of the last record accepted, its Size that record's plus one,
+//   at most 8191. RecordBytes always tells the bytes.
 // - '@' records: two more bytes are used up than Size counts.
-// - What has arrived matters in three places: a prompt ("Com1>") is taken as soon as it stands at the end of
-// the
-//   input; a CR at the end of the input completes its line, and an LF that follows is a new lead; an overflow
-//   of the receive buffer loses what it held. Everything else comes out the same however the input is split.
-// - A frame that would not fit a record of 8192 bytes is rejected, as are CMC and Trimble frames whose length
-// byte is
+// - With Hemisphere frames enabled a '$' waits for six bytes behind it, also when it begins a text sentence.
+// - What has arrived matters in three places: a prompt ("Com1>") is taken as soon as it stands at the end of the
+//   input; a CR at the end of the input completes its line, and an LF that follows is a new lead; an overflow of the
+//   receive buffer loses what it held. Everything else comes out the same however the input is split.
+// - A line without an end is no record; at the end of the input its bytes are dropped.
+// - A frame that would not fit a record of 8192 bytes is rejected, as are CMC and Trimble frames whose length byte is
 //   253 or more, and '~' and JSHOW texts without an end inside a record.
-// - 0xF1 10 FE 50 pauses the reading thread for three seconds through the clock (deliberate: the radio
-// settles).
+// - 0xF1 10 FE 50 pauses the reading thread for three seconds through the clock (deliberate: the radio settles).
 #pragma once
 
 #include <array>
@@ -69,11 +64,12 @@ struct DecoderCounters {
 
 class VKCOMM_API CNOut : public CNOutUnknown {
 public:
-    CNOut();
+    CNOut() = default;
 
     // The next record: RETURN_COMPLETE when it is ready (its Type may be LOG_NONE), RETURN_INCOMPLETE when
     // the bytes at hand end inside a frame or there are none.
-    RETURN Read();
+    RETURN Read() { return m_worthReading.load(std::memory_order_acquire) ? readNow() : RETURN_INCOMPLETE; }
+
     // Read for the end of the input: a frame that would need more bytes gives up its lead, counted as
     // dropped, and the search goes on behind it. RETURN_INCOMPLETE means that nothing is left.
     RETURN ReadRest();
@@ -82,13 +78,19 @@ public:
     int bSkipLead();
 
     // Which families are recognised; all by default. Reading thread only.
-    void vSetDecodeMask(std::uint32_t uMask) { m_decodeMask = uMask; }
+    void vSetDecodeMask(std::uint32_t uMask) {
+        m_decodeMask = uMask;
+        wake();
+    }
 
     std::uint32_t uGetDecodeMask() const { return m_decodeMask; }
 
     // Frames between two '~' are recognised only with this and their mask bit; off by default. Reading thread
     // only.
-    void vSetTildeFrames(int bOn) { m_tildeFrames = bOn; }
+    void vSetTildeFrames(int bOn) {
+        m_tildeFrames = bOn;
+        wake();
+    }
 
     int bGetTildeFrames() const { return m_tildeFrames; }
 
@@ -99,7 +101,7 @@ public:
     DecoderCounters Counters() const;
 
     // Sum of the bytes modulo 256.
-    static unsigned char uCheckSum(const unsigned char* data, int len);
+    static unsigned int uCheckSum(const unsigned char* data, int len);
     // 1 when the frame ends in CR LF and the 16-bit sum of bytes 8 to len - 5 is the little-endian value at
     // len - 4.
     static int bCheckSumForHemisphere(const unsigned char* frame, int len);
@@ -142,22 +144,32 @@ private:
     struct Lead;
     static const std::array<Lead, 256> kLeads;
 
+    RETURN readNow();
     RETURN readRecord();
     int handleLead(unsigned char lead);
 
     // The frame from its lead byte to the end of what has arrived.
-    int byteAt(int index) const { return m_frame[static_cast<std::size_t>(index)]; }
+    ByteSpan frame() const { return m_buffer.frame(); }
+
+    int byteAt(int index) const { return frame()[static_cast<std::size_t>(index)]; }
 
     ByteSpan part(int first, int count) const {
-        return m_frame.subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(count));
+        return frame().subspan(static_cast<std::size_t>(first), static_cast<std::size_t>(count));
     }
 
-    std::string_view textRecord() const;
+    std::string_view textRecord() const {
+        return {reinterpret_cast<const char*>(m_record), static_cast<std::size_t>(m_size)};
+    }
 
     bool isEnabled(std::uint32_t bits) const { return (m_decodeMask & bits) != 0; }
 
     // have: that many bytes of the frame have arrived; if not, the handler returns incomplete().
-    bool have(int count);
+    bool have(int count) {
+        if (static_cast<int>(frame().size()) >= count) return true;
+        waitFor(count, false);
+        return false;
+    }
+
     int incomplete();
     int reject(LOG_TYPE family);
     // The frame's first size bytes become the record; the caller sets Type and Id, then finishes with accept.
@@ -171,6 +183,8 @@ private:
     // returns.
     bool copyLine(LOG_TYPE family);
     int acceptLine();
+    // The end of the frame behind the next mark: true. Otherwise m_outcome is what the handler returns.
+    bool findMark(unsigned char mark, int longest, LOG_TYPE family, int& size);
     int fixedText(LOG_TYPE family);
     int acceptFixedText(LOG_TYPE family);
 
@@ -184,10 +198,7 @@ private:
     int m_tildeFrames = 0;
     Clock* m_clock = &systemClock();
 
-    ByteSpan m_frame;  // valid inside readRecord only
     int m_outcome = 0;
-    int m_acceptedSize = 0;
-    unsigned char m_acceptedSecond = 0;
     bool m_pauseDue = false;
     DecoderCounters m_counters;
 };

@@ -65,7 +65,7 @@ std::string_view asText(ByteSpan bytes) {
 
 }  // namespace
 
-bool CNOut::copyLine(LOG_TYPE family) {
+inline bool CNOut::copyLine(LOG_TYPE family) {
     switch (CopyStr(m_buffer, 1, '\n')) {
     case RETURN_COMPLETE: return true;
     case RETURN_INCOMPLETE:
@@ -76,7 +76,7 @@ bool CNOut::copyLine(LOG_TYPE family) {
     }
 }
 
-int CNOut::acceptLine() { return accept(m_buffer.iTaken()); }
+inline int CNOut::acceptLine() { return accept(m_buffer.iTaken()); }
 
 int CNOut::fixedText(LOG_TYPE family) { return copyLine(family) ? acceptFixedText(family) : m_outcome; }
 
@@ -108,7 +108,7 @@ int CNOut::bProcress43() {
     if (outcome == 0 || m_lastRead != RETURN_INCOMPLETE) return outcome;
     // a prompt has no line end: it is taken as soon as it is there, so every byte that arrives is worth a
     // look
-    const FixedText* text = findFixedText(asText(m_frame));
+    const FixedText* text = findFixedText(asText(frame()));
     if (text && text->prompt) return accept(text->type, text->id, static_cast<int>(text->begin.size()));
     waitFor(0, false);
     return outcome;
@@ -117,7 +117,7 @@ int CNOut::bProcress43() {
 int CNOut::bProcress5B() {
     constexpr int kBannerSize = 6;
     if (!have(kBannerSize)) return incomplete();
-    const FixedText* text = findFixedText(asText(m_frame));
+    const FixedText* text = findFixedText(asText(frame()));
     return text ? accept(text->type, text->id, kBannerSize) : reject(LOG_PORT_PROMPT);
 }
 
@@ -140,6 +140,17 @@ int CNOut::bProcress25() {
     return acceptLine();
 }
 
+inline int CNOut::sentence() {
+    if (!copyLine(LOG_NMEA)) return m_outcome;
+    const TESTXOR_RETURN check = testSentence(textRecord());
+    if (check == TESTXOR_NO_STAR) return acceptFixedText(LOG_NMEA);
+    if (check != TESTXOR_OK) return reject(LOG_NMEA);
+    DecodeAscii();
+    if (m_id != 0) return acceptLine();
+    ++m_counters.unknownSentences;
+    return reject(LOG_NMEA);
+}
+
 int CNOut::bProcress24() {
     constexpr int kPeeked = 7;
     if (isEnabled(kDecodeMaker)) {
@@ -148,7 +159,7 @@ int CNOut::bProcress24() {
     }
     if (isEnabled(kDecodeHemisphere)) {
         if (!have(kPeeked)) return incomplete();
-        const std::string_view begin = asText(m_frame);
+        const std::string_view begin = asText(frame());
         if (begin.starts_with("$BIN")) return hemisphereBinary();
         if (begin.starts_with("$>JSHOW")) return csiReply();
         if (begin[1] == '>' && begin[2] != 'J' && begin[3] != 'I')
@@ -158,28 +169,26 @@ int CNOut::bProcress24() {
 }
 
 int CNOut::csiReply() {
-    const auto end = std::find(m_frame.begin(), m_frame.end(), static_cast<unsigned char>('\n'));
-    const int size = static_cast<int>(end - m_frame.begin()) + 1;
-    if (size >= kRecordSize) return reject(LOG_CSI_REPLY);
-    if (end == m_frame.end()) {
-        waitFor(size, false);
-        return incomplete();
-    }
+    int size = 0;
+    if (!findMark('\n', kRecordSize - 1, LOG_CSI_REPLY, size)) return m_outcome;
     store(size);
-    m_record[size] = 0;
     DecodeCSICmd();
     return accept(size);
 }
 
-int CNOut::sentence() {
-    if (!copyLine(LOG_NMEA)) return m_outcome;
-    const TESTXOR_RETURN check = testSentence(textRecord());
-    if (check == TESTXOR_NO_STAR) return acceptFixedText(LOG_NMEA);
-    if (check != TESTXOR_OK) return reject(LOG_NMEA);
-    DecodeAscii();
-    if (m_id != 0) return acceptLine();
-    ++m_counters.unknownSentences;
-    return reject(LOG_NMEA);
+bool CNOut::findMark(unsigned char mark, int longest, LOG_TYPE family, int& size) {
+    const ByteSpan bytes = frame();
+    const auto end = std::find(bytes.begin() + std::max(m_looked, 1), bytes.end(), mark);
+    size = static_cast<int>(end - bytes.begin()) + 1;
+    if (size <= longest && end != bytes.end()) return true;
+    if (size > longest) {
+        m_outcome = reject(family);
+    } else {
+        waitFor(size, false);
+        m_outcome = incomplete();
+        m_looked = size - 1;
+    }
+    return false;
 }
 
 void CNOut::DecodeAscii() {

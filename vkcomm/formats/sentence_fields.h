@@ -14,12 +14,14 @@ namespace vkcomm {
 
 namespace detail {
 
-// Bit 7 of every byte of eight that equals c.
-constexpr std::uint64_t bytesEqual(std::uint64_t eight, char c) {
+// Bit 7 of every byte of eight that is a comma or a star. Exact, also for neighbours of either.
+constexpr std::uint64_t separatorsOf(std::uint64_t eight) {
     constexpr std::uint64_t kOnes = 0x0101010101010101u;
     constexpr std::uint64_t kLow = 0x7F * kOnes;
-    const std::uint64_t zeroWhereEqual = eight ^ kOnes * static_cast<unsigned char>(c);
-    return ~(((zeroWhereEqual & kLow) + kLow) | zeroWhereEqual | kLow);
+    // adding 127 to seven bits leaves bit 7 clear only for 0
+    const std::uint64_t noComma = ((eight & kLow) ^ ',' * kOnes) + kLow;
+    const std::uint64_t noStar = ((eight & kLow) ^ '*' * kOnes) + kLow;
+    return ~((noComma & noStar) | eight | kLow);
 }
 
 }  // namespace detail
@@ -33,18 +35,15 @@ public:
     explicit SentenceFields(std::string_view text) {
         if (text.empty()) return;
         const char* const end = text.data() + text.size();
-        const char* at = text.data() + 1;
         const char** next = m_starts.data();
-        const char** const last = next + kMostFields + 1;
-        *next++ = at;
-        for (; end - at >= 8; at += 8) {
-            const auto eight = loadLe<std::uint64_t>(reinterpret_cast<const unsigned char*>(at));
-            std::uint64_t separators = detail::bytesEqual(eight, ',') | detail::bytesEqual(eight, '*');
-            for (; separators != 0 && next != last; separators &= separators - 1)
-                *next++ = at + std::countr_zero(separators) / 8 + 1;
+        const char** const last = next + kMostFields;
+        *next++ = text.data() + 1;
+        for (const char* at = text.data() + 1; at < end && next <= last; at += 8) {
+            const auto rest = static_cast<std::size_t>(end - at);
+            const auto eight = loadLeUpTo8(reinterpret_cast<const unsigned char*>(at), rest);
+            for (std::uint64_t found = detail::separatorsOf(eight); found != 0; found &= found - 1)
+                *next++ = at + (static_cast<std::size_t>(std::countr_zero(found)) >> 3) + 1;
         }
-        for (; at != end && next != last; ++at)
-            if (*at == ',' || *at == '*') *next++ = at + 1;
         *next = end + 1;
         m_count = std::min(static_cast<std::size_t>(next - m_starts.data()), kMostFields);
     }
@@ -63,8 +62,8 @@ public:
 
 private:
     // Where each field begins: one character behind the separator that ends the one before, the last
-    // included.
-    std::array<const char*, kMostFields + 2> m_starts;
+    // included. The last eight characters looked at may hold more than kMostFields.
+    std::array<const char*, kMostFields + 9> m_starts;
     std::size_t m_count = 0;
 };
 

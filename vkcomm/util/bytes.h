@@ -50,6 +50,19 @@ T loadBe(const unsigned char* bytes) {
     return detail::load<std::endian::big, T>(bytes);
 }
 
+// The first size bytes, at most eight, as one little-endian number; those that are missing count as 0. Only
+// size bytes are read: two loads that overlap give the same as a loop over the bytes.
+inline std::uint64_t loadLeUpTo8(const unsigned char* bytes, std::size_t size) {
+    if (size >= 8) return loadLe<std::uint64_t>(bytes);
+    if (size >= 4) {
+        const std::uint64_t high = loadLe<std::uint32_t>(bytes + size - 4);
+        return loadLe<std::uint32_t>(bytes) | high << 8 * (size - 4);
+    }
+    if (size == 0) return 0;
+    const std::uint64_t middle = bytes[size / 2], last = bytes[size - 1];
+    return bytes[0] | middle << 8 * (size / 2) | last << 8 * (size - 1);
+}
+
 // Writes value at bytes; sizeof(T) bytes must be writable.
 template <typename T>
 void storeLe(unsigned char* bytes, T value) {

@@ -41,6 +41,14 @@ bool takeSign(const Char*& at, const Char* end) {
     return *at++ == Char{'-'};
 }
 
+// Steps over digits, which value gets at its end. value is meaningful up to 19 digits.
+template <typename Char>
+const Char* takeDigits(const Char* at, const Char* end, std::uint64_t& value) {
+    for (; at != end && digitOf(*at) < 10; ++at)
+        value = value * 10 + digitOf(*at);
+    return at;
+}
+
 template <typename Char>
 long integerOf(std::basic_string_view<Char> text) {
     constexpr auto kMost = static_cast<std::uint64_t>(std::numeric_limits<long>::max());
@@ -95,17 +103,13 @@ Decimal<Char> scanDecimal(std::basic_string_view<Char> text) {
     Decimal<Char> found{};
     found.negative = takeSign(at, end);
     found.begin = at;
-    std::uint64_t mantissa = 0;
-    for (; at != end && digitOf(*at) < 10; ++at)
-        mantissa = mantissa * 10 + digitOf(*at);
+    at = takeDigits(at, end, found.mantissa);
     found.wholeDigits = found.digits = at - found.begin;
     if (at != end && *at == Char{'.'}) {
-        const Char* const point = at++;
-        for (; at != end && digitOf(*at) < 10; ++at)
-            mantissa = mantissa * 10 + digitOf(*at);
-        found.digits += at - point - 1;
+        const Char* const decimals = at + 1;
+        at = takeDigits(decimals, end, found.mantissa);
+        found.digits += at - decimals;
     }
-    found.mantissa = mantissa;
     if (found.digits != 0) found.exponent = takeExponent(at, end);
     found.end = at;
     return found;
@@ -168,6 +172,21 @@ double decimalOf(std::basic_string_view<Char> text) {
     return number.negative ? -value : value;
 }
 
+// What receivers send nearly always: digits with at most one point, few enough to be exact. False for
+// anything else, which the general way reads.
+bool readPlain(std::string_view text, double& value) {
+    constexpr std::size_t kExact = 15;  // digits that a double holds whatever they are
+    if (FLT_EVAL_METHOD != 0 || text.size() > kExact) return false;
+    const char* const end = text.data() + text.size();
+    std::uint64_t mantissa = 0;
+    const char* const point = takeDigits(text.data(), end, mantissa);
+    if (point != end && *point != '.') return false;
+    const char* const decimals = point == end ? end : point + 1;
+    if (takeDigits(decimals, end, mantissa) != end) return false;
+    value = scaled(mantissa, decimals - end);
+    return true;
+}
+
 // Appends sign and digits with filler up to width characters: zeros after the sign, blanks before it.
 void appendPadded(std::string& out, std::string_view text, int width, char filler) {
     const auto wanted = static_cast<std::size_t>(std::clamp(width, 0, kWidestField));
@@ -183,11 +202,20 @@ void appendPadded(std::string& out, std::string_view text, int width, char fille
 
 }  // namespace
 
-long parseInteger(std::string_view text) { return integerOf(text); }
+long parseInteger(std::string_view text) {
+    constexpr std::size_t kFits = 9;  // digits that a long holds whatever they are
+    const char* const end = text.data() + text.size();
+    std::uint64_t value = 0;
+    const bool plain = text.size() <= kFits && takeDigits(text.data(), end, value) == end;
+    return plain ? static_cast<long>(value) : integerOf(text);
+}
 
 long parseInteger(std::wstring_view text) { return integerOf(text); }
 
-double parseDouble(std::string_view text) { return decimalOf(text); }
+double parseDouble(std::string_view text) {
+    double value = 0.0;
+    return readPlain(text, value) ? value : decimalOf(text);
+}
 
 double parseDouble(std::wstring_view text) { return decimalOf(text); }
 

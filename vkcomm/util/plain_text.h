@@ -14,22 +14,20 @@ constexpr bool isPlainText(unsigned char byte) { return byte >= 31 && byte <= 12
 namespace detail {
 
 // Bit 7 of the first of eight bytes, lowest first, that is not plain text; bits above it mean nothing. 0 when
-// all are.
+// all are. Adding 1 to 127 and above, or taking 31 from less, leaves bit 7 set; plain text neither carries
+// nor borrows.
 constexpr std::uint64_t leavesPlainText(std::uint64_t eight) {
     constexpr std::uint64_t kOnes = 0x0101010101010101u;
-    const std::uint64_t above126 = (eight + kOnes) | eight;
-    const std::uint64_t below31 = (eight - 31 * kOnes) & ~eight;
-    return (above126 | below31) & (0x80 * kOnes);
+    return ((eight + kOnes) | (eight - 31 * kOnes)) & (0x80 * kOnes);
 }
 
 }  // namespace detail
 
 // The first byte in [first, last) that is not plain text, or last.
 inline const unsigned char* findTextEnd(const unsigned char* first, const unsigned char* last) {
-    while (last - first >= 8) {
+    for (std::ptrdiff_t blocks = (last - first) / 8; blocks > 0; --blocks, first += 8) {
         const std::uint64_t found = detail::leavesPlainText(loadLe<std::uint64_t>(first));
         if (found != 0) return first + std::countr_zero(found) / 8;
-        first += 8;
     }
     while (first != last && isPlainText(*first))
         ++first;

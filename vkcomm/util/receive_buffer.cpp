@@ -11,20 +11,6 @@ std::size_t size(int count) { return static_cast<std::size_t>(count); }
 
 }  // namespace
 
-void CnBuffer::Clear() { m_sync = m_cursor = m_end = 0; }
-
-BUFFER_SET_RETURN CnBuffer::Set(const unsigned char* bytes, int len) {
-    if (len < 0 || (!bytes && len > 0)) return BUFFER_SET_OVERFLOW;
-    vReArrangeBuf();
-    if (len > kCapacity - m_end) {
-        Clear();
-        return BUFFER_SET_OVERFLOW;
-    }
-    if (len > 0) std::memcpy(m_data + m_end, bytes, size(len));
-    m_end += len;
-    return BUFFER_SET_OK;
-}
-
 BUFFER_SET_RETURN CnBuffer::Set(unsigned char byte) {
     vReArrangeBuf();
     if (m_end == kCapacity) Clear();

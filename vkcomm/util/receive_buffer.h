@@ -30,11 +30,25 @@ public:
     static constexpr int kCapacity = 16384;
 
     // Sync mark, read cursor and end to 0; the bytes stay as they are.
-    void Clear();
+    void Clear() { m_sync = m_cursor = m_end = 0; }
 
     // Compacts, then appends len bytes. When they do not fit the whole buffer is cleared and nothing is
     // stored.
-    BUFFER_SET_RETURN Set(const unsigned char* bytes, int len);
+    BUFFER_SET_RETURN Set(const unsigned char* bytes, int len) {
+        if (len < 0 || (!bytes && len > 0)) return BUFFER_SET_OVERFLOW;
+        vReArrangeBuf();
+        if (len > kCapacity - m_end) {
+            Clear();
+            return BUFFER_SET_OVERFLOW;
+        }
+        if (len == 1)  // hosts that feed byte by byte
+            m_data[m_end] = *bytes;
+        else if (len > 0)
+            std::memcpy(m_data + m_end, bytes, static_cast<std::size_t>(len));
+        m_end += len;
+        return BUFFER_SET_OK;
+    }
+
     // Compacts, then appends one byte. When it does not fit the buffer is cleared first and the byte kept
     // (deliberate: unlike the block form this never fails).
     BUFFER_SET_RETURN Set(unsigned char byte);
