@@ -27,6 +27,7 @@ constexpr bool idsAreUnique(std::span<const KnownName> rows) {
 
 // oem4_names.cpp: logs and commands of OEM4, OEMV, OEM6 and OEM7 by message number.
 std::span<const KnownName> oem4Names();
+// Here and below null stands for an unknown name.
 const KnownName* findOem4(std::string_view name);
 
 // sentence_names.cpp: sentences of makers ("PASHR,POS", "PCSI") and NovAtel's '$' logs ("POSA").

@@ -400,7 +400,7 @@ std::span<const KnownName> nmeaTalkers() { return kTalkers; }
 std::span<const KnownName> nmeaFormatters() { return kFormatters; }
 
 unsigned nmeaId(std::string_view talker, std::string_view formatter) {
-    // settled here, the sizes are constants of the look-ups
+    // with its size settled a name is found in a handful of instructions
     if (talker.size() != kTalkerSize || formatter.size() != kFormatterSize) return 0;
     const KnownName* known = kTalkerIndex.find(talker);
     const KnownName* sentence = kFormatterIndex.find(formatter);

@@ -54,6 +54,9 @@ constinit const std::array<CNOut::Lead, 256> CNOut::kLeads = [] {
     return leads;
 }();
 
+// inline, here and in text_frames.cpp: calls within an exported class are merged only if the function says
+// so.
+
 // Non-zero ends the scan with the result in m_lastRead; zero leaves the cursor behind the lead.
 inline int CNOut::handleLead(unsigned char lead) {
     m_record[0] = lead;

@@ -144,6 +144,7 @@ private:
     struct Lead;
     static const std::array<Lead, 256> kLeads;
 
+    // Read once something has arrived that may complete a frame.
     RETURN readNow();
     RETURN readRecord();
     int handleLead(unsigned char lead);

@@ -34,23 +34,23 @@ public:
 
     explicit SentenceFields(std::string_view text) {
         if (text.empty()) return;
-        const char* const end = text.data() + text.size();
-        const char** next = m_starts.data();
-        const char** const last = next + kMostFields;
-        *next++ = text.data() + 1;
-        for (const char* at = text.data() + 1; at < end && next <= last; at += 8) {
-            const auto rest = static_cast<std::size_t>(end - at);
-            const auto eight = loadLeUpTo8(reinterpret_cast<const unsigned char*>(at), rest);
-            for (std::uint64_t found = detail::separatorsOf(eight); found != 0; found &= found - 1)
+        m_text = text.data();
+        std::size_t* next = m_starts.data();
+        std::size_t* const last = next + kMostFields;
+        *next++ = 1;
+        for (std::size_t at = 1; at < text.size() && next <= last; at += 8) {
+            const auto* const bytes = reinterpret_cast<const unsigned char*>(m_text + at);
+            std::uint64_t found = detail::separatorsOf(loadLeUpTo8(bytes, text.size() - at));
+            for (; found != 0; found &= found - 1)
                 *next++ = at + (static_cast<std::size_t>(std::countr_zero(found)) >> 3) + 1;
         }
-        *next = end + 1;
+        *next = text.size() + 1;
         m_count = std::min(static_cast<std::size_t>(next - m_starts.data()), kMostFields);
     }
 
     std::string_view text(std::size_t n) const {
         if (n >= m_count) return {};
-        return {m_starts[n], static_cast<std::size_t>(m_starts[n + 1] - m_starts[n]) - 1};
+        return {m_text + m_starts[n], m_starts[n + 1] - m_starts[n] - 1};
     }
 
     double real(std::size_t n) const { return parseDouble(text(n)); }
@@ -62,8 +62,9 @@ public:
 
 private:
     // Where each field begins: one character behind the separator that ends the one before, the last
-    // included. The last eight characters looked at may hold more than kMostFields.
-    std::array<const char*, kMostFields + 9> m_starts;
+    // included. The last eight characters looked at may begin more fields than are kept.
+    std::array<std::size_t, kMostFields + 9> m_starts;
+    const char* m_text = nullptr;
     std::size_t m_count = 0;
 };
 

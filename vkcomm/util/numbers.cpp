@@ -41,7 +41,7 @@ bool takeSign(const Char*& at, const Char* end) {
     return *at++ == Char{'-'};
 }
 
-// Steps over digits, which value gets at its end. value is meaningful up to 19 digits.
+// Steps over digits and appends them to value, which holds up to 19.
 template <typename Char>
 const Char* takeDigits(const Char* at, const Char* end, std::uint64_t& value) {
     for (; at != end && digitOf(*at) < 10; ++at)

@@ -14,8 +14,7 @@ constexpr bool isPlainText(unsigned char byte) { return byte >= 31 && byte <= 12
 namespace detail {
 
 // Bit 7 of the first of eight bytes, lowest first, that is not plain text; bits above it mean nothing. 0 when
-// all are. Adding 1 to 127 and above, or taking 31 from less, leaves bit 7 set; plain text neither carries
-// nor borrows.
+// all are. Of any other byte one more or 31 less has bit 7 set; plain text neither carries nor borrows.
 constexpr std::uint64_t leavesPlainText(std::uint64_t eight) {
     constexpr std::uint64_t kOnes = 0x0101010101010101u;
     return ((eight + kOnes) | (eight - 31 * kOnes)) & (0x80 * kOnes);

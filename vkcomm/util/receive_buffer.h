@@ -41,7 +41,7 @@ public:
             Clear();
             return BUFFER_SET_OVERFLOW;
         }
-        if (len == 1)  // hosts that feed byte by byte
+        if (len == 1)  // a call less for hosts that feed byte by byte
             m_data[m_end] = *bytes;
         else if (len > 0)
             std::memcpy(m_data + m_end, bytes, static_cast<std::size_t>(len));
