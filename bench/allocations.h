@@ -1,7 +1,11 @@
-// Counts how often the program asks for memory.
+// Counts what the program asks of the heap.
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 
-extern std::atomic<std::uint64_t> allocations;
+namespace vkcomm::bench {
+
+// Calls of operator new so far, on any thread.
+std::uint64_t allocations();
+
+}  // namespace vkcomm::bench

@@ -2,11 +2,8 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
-#include <atomic>
-#include <cstdlib>
 #include <cstring>
 #include <memory>
-#include <new>
 #include <string_view>
 #include <vector>
 
@@ -160,10 +157,10 @@ void decodeIn(benchmark::State& state, const Input& input, std::uint32_t mask, O
     decodeFirst(std::min<std::size_t>(0x10000, bytes.size()));
     decoder->Clear();
     records = 0;
-    const std::uint64_t before = allocations;
+    const std::uint64_t before = bench::allocations();
     for (auto _ : state)
         decodeFirst(bytes.size());
-    const std::uint64_t allocated = allocations - before;
+    const std::uint64_t allocated = bench::allocations() - before;
     setBytes(state, bytes);
     state.counters["allocs"] = static_cast<double>(allocated);
     if (allocated != 0) state.SkipWithError("decoding asked for memory");

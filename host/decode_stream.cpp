@@ -47,20 +47,122 @@ private:
     bool m_ended = false;
 };
 
-}  // namespace
-
-bool decodeStream(ByteSource& source, CNOut& decoder, std::optional<int> chunk, const DecodeSteps& steps) {
+// Gives the source piece by piece to use, which says false to stop.
+template <typename Use>
+bool inPieces(ByteSource& source, std::optional<int> chunk,
+              const std::function<void(std::uint64_t)>& progress, Use use) {
     Pieces pieces(source, chunk);
     std::uint64_t total = 0;
     for (ByteSpan piece = pieces.next(); !piece.empty(); piece = pieces.next()) {
+        if (!use(piece)) return false;
+        total += piece.size();
+        if (progress) progress(total);
+    }
+    return true;
+}
+
+class FrameReader final : public RecordReader {
+public:
+    explicit FrameReader(CNOut& decoder) : m_decoder(decoder) {}
+
+    void feed(ByteSpan bytes) override { m_decoder.Set(bytes.data(), static_cast<int>(bytes.size())); }
+
+    std::optional<RecordView> next() override { return recordIf(m_decoder.Read()); }
+
+    std::optional<RecordView> nextAtEnd() override { return recordIf(m_decoder.ReadRest()); }
+
+    DecoderCounters counters() const override { return m_decoder.Counters(); }
+
+private:
+    std::optional<RecordView> recordIf(CNOut::RETURN result) const {
+        if (result != CNOut::RETURN_COMPLETE) return std::nullopt;
+        return viewOf(m_decoder);
+    }
+
+    CNOut& m_decoder;
+};
+
+class JavadReader final : public RecordReader {
+public:
+    explicit JavadReader(CNOut& decoder) : m_lines(decoder) { m_framer.setGivesLines(true); }
+
+    void feed(ByteSpan bytes) override {
+        m_framer.feed(bytes);
+        m_received += bytes.size();
+    }
+
+    std::optional<RecordView> next() override { return read(&JavadFramer::next); }
+
+    std::optional<RecordView> nextAtEnd() override { return read(&JavadFramer::nextAtEnd); }
+
+    DecoderCounters counters() const override {
+        DecoderCounters counters = m_lines.Counters();
+        counters.received = m_received;
+        counters.dropped += m_framer.dropped();
+        counters.records[LOG_NONE] += m_framer.messages();
+        return counters;
+    }
+
+private:
+    // A line is fed as a whole and read to its end.
+    std::optional<RecordView> read(std::optional<JavadMessage> (JavadFramer::*nextMessage)()) {
+        for (;;) {
+            if (m_lines.ReadRest() == CNOut::RETURN_COMPLETE) return lineRecord();
+            const auto message = (m_framer.*nextMessage)();
+            if (!message) return std::nullopt;
+            if (!message->id.empty()) return viewOf(*message);
+            m_linesToStream = message->offset - m_linesFed;
+            m_linesFed += message->bytes.size();
+            m_lines.Set(message->bytes.data(), static_cast<int>(message->bytes.size()));
+        }
+    }
+
+    RecordView lineRecord() const {
+        RecordView record = viewOf(m_lines);
+        record.offset += m_linesToStream;
+        return record;
+    }
+
+    JavadFramer m_framer;
+    CNOut& m_lines;
+    std::uint64_t m_received = 0;
+    std::uint64_t m_linesFed = 0;
+    std::uint64_t m_linesToStream = 0;  // from an offset among the lines to that in the stream
+};
+
+}  // namespace
+
+bool decodeStream(ByteSource& source, CNOut& decoder, std::optional<int> chunk, const DecodeSteps& steps) {
+    const auto use = [&](ByteSpan piece) {
         decoder.Set(piece.data(), static_cast<int>(piece.size()));
         while (decoder.Read() == CNOut::RETURN_COMPLETE)
             if (!steps.record(decoder)) return false;
-        total += piece.size();
-        if (steps.progress) steps.progress(total);
-    }
+        return true;
+    };
+    if (!inPieces(source, chunk, steps.progress, use)) return false;
     while (decoder.ReadRest() == CNOut::RETURN_COMPLETE)
         if (!steps.record(decoder)) return false;
+    return true;
+}
+
+std::unique_ptr<RecordReader> makeFrameReader(CNOut& decoder) {
+    return std::make_unique<FrameReader>(decoder);
+}
+
+std::unique_ptr<RecordReader> makeJavadReader(CNOut& decoder) {
+    return std::make_unique<JavadReader>(decoder);
+}
+
+bool readStream(ByteSource& source, RecordReader& reader, std::optional<int> chunk, const ReadSteps& steps) {
+    const auto use = [&](ByteSpan piece) {
+        reader.feed(piece);
+        while (const auto record = reader.next())
+            if (!steps.record(*record)) return false;
+        return true;
+    };
+    if (!inPieces(source, chunk, steps.progress, use)) return false;
+    while (const auto record = reader.nextAtEnd())
+        if (!steps.record(*record)) return false;
     return true;
 }
 

@@ -1,10 +1,15 @@
 // Runs a byte source through a decoder, record by record.
+//
+// There are two kinds of stream: those whose frames CNOut knows, and those of Javad receivers, whose messages
+// are found first, by JavadFramer; CNOut then gets the lines of text between them. RecordReader is both.
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "host/byte_source.h"
+#include "host/record_view.h"
 #include "vkcomm/decode/stream_decoder.h"
 
 namespace vkcomm {
@@ -33,5 +38,36 @@ struct DecodeSteps {
 // never end in a CR while more is to come, so that no line is cut before its LF. False when a step stopped
 // it; a read failure ends the input and is told by source.error().
 bool decodeStream(ByteSource& source, CNOut& decoder, std::optional<int> chunk, const DecodeSteps& steps);
+
+// Bytes in, records out. One thread at a time.
+class RecordReader {
+public:
+    virtual ~RecordReader() = default;
+
+    // At most kLargestChunk bytes; next must have said that there is nothing more.
+    virtual void feed(ByteSpan bytes) = 0;
+    // The next record, valid until the next call; nothing when more bytes are needed.
+    virtual std::optional<RecordView> next() = 0;
+    // next for the end of the input: what is not whole is given up.
+    virtual std::optional<RecordView> nextAtEnd() = 0;
+    // In a Javad stream records[LOG_NONE] counts its messages, and line ends between them are neither part of
+    // records nor dropped.
+    virtual DecoderCounters counters() const = 0;
+};
+
+// decoder, already masked; it must outlive the reader.
+std::unique_ptr<RecordReader> makeFrameReader(CNOut& decoder);
+// Its lines of text go through decoder.
+std::unique_ptr<RecordReader> makeJavadReader(CNOut& decoder);
+
+struct ReadSteps {
+    // False stops the run.
+    std::function<bool(const RecordView&)> record;
+    // After each chunk, with the bytes read so far. May be empty.
+    std::function<void(std::uint64_t)> progress;
+};
+
+// The same with a reader in the decoder's place.
+bool readStream(ByteSource& source, RecordReader& reader, std::optional<int> chunk, const ReadSteps& steps);
 
 }  // namespace vkcomm

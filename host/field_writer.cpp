@@ -57,8 +57,20 @@ void FieldWriter::integer(std::string_view name, std::int64_t value) {
 
 void FieldWriter::real(std::string_view name, double value, int decimals) {
     this->name(name);
+    fixed(value, decimals);
+}
+
+void FieldWriter::fixed(double value, int decimals) {
     if (std::isfinite(value))
         appendFixed(m_out, value, decimals);
+    else
+        m_out += "null";
+}
+
+void FieldWriter::number(std::string_view name, double value) {
+    this->name(name);
+    if (std::isfinite(value))
+        appendFormat(m_out, "%.15g", value);
     else
         m_out += "null";
 }
@@ -68,16 +80,51 @@ void FieldWriter::boolean(std::string_view name, bool value) {
     m_out += value ? "true" : "false";
 }
 
+void FieldWriter::bytes(std::string_view name, ByteSpan value) {
+    this->name(name);
+    const bool json = m_format == LineFormat::kJson;
+    if (json) m_out += '"';
+    appendHex(m_out, value);
+    if (json) m_out += '"';
+}
+
 void FieldWriter::beginList(std::string_view name) {
     this->name(name);
     m_out += '[';
     m_firstItem = true;
 }
 
-void FieldWriter::item(std::string_view value) {
+void FieldWriter::nextItem() {
     if (!m_firstItem) m_out += ',';
     m_firstItem = false;
+}
+
+void FieldWriter::item(std::string_view value) {
+    nextItem();
     quoted(value);
+}
+
+void FieldWriter::item(std::int64_t value) {
+    nextItem();
+    appendInteger(m_out, value);
+}
+
+void FieldWriter::item(double value, int decimals) {
+    nextItem();
+    fixed(value, decimals);
+}
+
+void FieldWriter::beginItem() {
+    nextItem();
+    m_out += '{';
+    m_first = true;
+    m_inItem = true;
+}
+
+void FieldWriter::endItem() {
+    m_out += '}';
+    m_first = false;
+    m_inItem = false;
 }
 
 void FieldWriter::endList() { m_out += ']'; }
@@ -86,16 +133,16 @@ void FieldWriter::name(std::string_view name) {
     ShortPiece piece;
     name = name.substr(0, ShortPiece::kRoom);
     if (m_format == LineFormat::kText) {
-        piece.add(' ');
+        if (!m_inItem || !m_first) piece.add(' ');
         piece.add(name);
         piece.add('=');
     } else {
         if (!m_first) piece.add(',');
-        m_first = false;
         piece.add('"');
         piece.add(name);
         piece.add("\":");
     }
+    m_first = false;
     m_out += piece.view();
 }
 

@@ -22,22 +22,33 @@ public:
     void integer(std::string_view name, std::int64_t value);
     // With that many decimals.
     void real(std::string_view name, double value, int decimals);
+    // With 15 significant digits and an exponent where that is shorter.
+    void number(std::string_view name, double value);
     void boolean(std::string_view name, bool value);
-    // A list of texts.
+    // As lower-case hexadecimal text.
+    void bytes(std::string_view name, ByteSpan value);
+    // A list of texts, of numbers, or of groups of named values: {name=value name=value} in text form.
     void beginList(std::string_view name);
     void item(std::string_view value);
+    void item(std::int64_t value);
+    void item(double value, int decimals);
+    void beginItem();
+    void endItem();
     void endList();
 
     LineFormat format() const { return m_format; }
 
 private:
     void name(std::string_view name);
+    void nextItem();
+    void fixed(double value, int decimals);
     void quoted(std::string_view value);
     void escaped(char c);
 
     std::string& m_out;
     LineFormat m_format;
-    bool m_first = true;
+    bool m_first = true;  // of the values so far, or of those of an item
+    bool m_inItem = false;
     bool m_firstItem = true;
 };
 

@@ -11,6 +11,11 @@ constexpr std::size_t kHead = 5;
 
 constexpr bool isIdCharacter(unsigned char c) { return c >= 0x30 && c <= 0x7E; }
 
+// Longer lines are none.
+constexpr std::size_t kLongestLine = 1024;
+
+constexpr bool beginsLine(unsigned char c) { return c >= '!' && c <= '/'; }
+
 constexpr bool isSeparator(unsigned char c) { return c == '\r' || c == '\n'; }
 
 // The value of an upper-case hexadecimal digit, or nothing.
@@ -59,11 +64,11 @@ bool endsInDigits(ByteSpan message) {
     return numberOf(message.last(kDigits)) == javadChecksum(message.first(message.size() - kDigits));
 }
 
+constexpr bool isText(unsigned char c) { return (c >= 0x20 && c <= 0x7E) || c == '\t'; }
+
 bool isPlainBody(ByteSpan message) {
-    const auto plain = [](unsigned char c) {
-        return (c >= 0x20 && c <= 0x7E) || isSeparator(c) || c == '\t';
-    };
-    return std::ranges::all_of(message.subspan(kHead), plain);
+    return std::ranges::all_of(message.subspan(kHead),
+                               [](unsigned char c) { return isText(c) || isSeparator(c); });
 }
 
 bool isMessage(ByteSpan bytes) {
@@ -76,14 +81,27 @@ bool isMessage(ByteSpan bytes) {
 }
 
 // What may begin with the bytes at hand.
-enum class Finding { kNothing, kUnfinished, kMessage };
+enum class Finding { kNothing, kUnfinished, kMessage, kLine };
 
 struct Head {
     Finding finding;
-    std::size_t size = 0;  // of a message
+    std::size_t size = 0;  // of a message or line
 };
 
+// A line ends in CR, LF or CR LF; a CR that ends the bytes at hand may have an LF to come.
+Head inspectLine(ByteSpan held) {
+    held = held.first(std::min(held.size(), kLongestLine));
+    const auto end = std::ranges::find_if_not(held, isText);
+    const auto size = static_cast<std::size_t>(end - held.begin());
+    if (end == held.end()) return {size < kLongestLine ? Finding::kUnfinished : Finding::kNothing};
+    if (!isSeparator(*end)) return {Finding::kNothing};
+    if (*end == '\n') return {Finding::kLine, size + 1};
+    if (end + 1 == held.end()) return {Finding::kUnfinished};
+    return {Finding::kLine, size + (end[1] == '\n' ? 2U : 1U)};
+}
+
 Head inspect(ByteSpan held) {
+    if (beginsLine(held[0])) return inspectLine(held);
     if (!std::ranges::all_of(held.first(std::min<std::size_t>(held.size(), 2)), isIdCharacter))
         return {Finding::kNothing};
     const ByteSpan digits = held.subspan(std::min<std::size_t>(held.size(), 2));
@@ -123,8 +141,9 @@ std::optional<JavadMessage> JavadFramer::search(bool atEnd) {
     while (held() > 0) {
         const Head head = inspect(ByteSpan(m_buffer).subspan(m_start));
         if (head.finding == Finding::kMessage) return take(head.size);
+        if (head.finding == Finding::kLine && m_givesLines) return takeLine(head.size);
         if (head.finding == Finding::kUnfinished && !atEnd) return std::nullopt;
-        skipByte();
+        skip(head.finding == Finding::kLine ? head.size : 1);
     }
     return std::nullopt;
 }
@@ -139,10 +158,20 @@ JavadMessage JavadFramer::take(std::size_t size) {
     return message;
 }
 
-void JavadFramer::skipByte() {
-    ++(isSeparator(m_buffer[m_start]) ? m_separators : m_dropped);
-    ++m_start;
-    ++m_offset;
+JavadMessage JavadFramer::takeLine(std::size_t size) {
+    const ByteSpan bytes = ByteSpan(m_buffer).subspan(m_start, size);
+    const JavadMessage line{{}, {}, bytes, m_offset};
+    m_start += size;
+    m_offset += size;
+    m_lineBytes += size;
+    return line;
+}
+
+void JavadFramer::skip(std::size_t size) {
+    for (const unsigned char byte : ByteSpan(m_buffer).subspan(m_start, size))
+        ++(isSeparator(byte) ? m_separators : m_dropped);
+    m_start += size;
+    m_offset += size;
 }
 
 unsigned char javadChecksum(ByteSpan bytes) {

@@ -3,7 +3,8 @@
 // A message is two characters of id, three upper-case hexadecimal digits of length, and a body, which ends in
 // a checksum over everything before it: one byte, or two hexadecimal digits in the text messages MF and PM.
 // JP, RE and ER have none and count as messages when their body is plain text. CR and LF may stand between
-// messages.
+// messages, and lines of text that begin with a character from '!' to '/' and end in CR, LF or both (NMEA
+// sentences, replies): in those no message is sought.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +18,7 @@
 namespace vkcomm {
 
 struct JavadMessage {
-    std::string_view id;       // two characters
+    std::string_view id;       // two characters; none for a line of text
     ByteSpan body;             // checksum included
     ByteSpan bytes;            // the whole message, its head of five characters included
     std::uint64_t offset = 0;  // of its first byte, counted from the first byte ever fed
@@ -30,6 +31,9 @@ class JavadFramer {
 public:
     void feed(ByteSpan bytes);
 
+    // Lines of text come out too, as messages without an id or a body; by default they are dropped.
+    void setGivesLines(bool on) { m_givesLines = on; }
+
     // The next message, valid until the next feed, next or nextAtEnd; nothing when the bytes at hand end
     // inside one or there are none.
     std::optional<JavadMessage> next();
@@ -37,11 +41,13 @@ public:
     // its first byte. Nothing means that no bytes are left.
     std::optional<JavadMessage> nextAtEnd();
 
-    // Bytes fed so far are those of messages, separators (CR and LF outside messages), dropped ones, and held
-    // ones.
+    // Bytes fed so far are those of messages, lines given, separators (CR and LF outside of both), dropped
+    // ones, and held ones.
     std::uint64_t messages() const { return m_messages; }
 
     std::uint64_t messageBytes() const { return m_messageBytes; }
+
+    std::uint64_t lineBytes() const { return m_lineBytes; }
 
     std::uint64_t separators() const { return m_separators; }
 
@@ -52,15 +58,18 @@ public:
 private:
     std::optional<JavadMessage> search(bool atEnd);
     JavadMessage take(std::size_t size);
-    void skipByte();
+    JavadMessage takeLine(std::size_t size);
+    void skip(std::size_t size);
 
     std::vector<unsigned char> m_buffer;
     std::size_t m_start = 0;     // of what is held, in the buffer
     std::uint64_t m_offset = 0;  // of the same, in the stream
     std::uint64_t m_messages = 0;
     std::uint64_t m_messageBytes = 0;
+    std::uint64_t m_lineBytes = 0;
     std::uint64_t m_separators = 0;
     std::uint64_t m_dropped = 0;
+    bool m_givesLines = false;
 };
 
 // The receiver's checksum: for each byte, the 8-bit sum is turned left by two and the byte is XORed in; two

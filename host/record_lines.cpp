@@ -1,8 +1,8 @@
 #include "host/record_lines.h"
 
-#include "host/field_writer.h"
-#include "host/nmea_values.h"
-#include "vkcomm/decode/record_names.h"
+#include <algorithm>
+
+#include "host/family_rows.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
@@ -16,56 +16,67 @@ void padTo(std::string& out, std::size_t column) {
         out += ' ';
 }
 
+// Records without a parser whose bytes are a line for people.
+constexpr LOG_TYPE kTexts[] = {LOG_NOVATEL_ASCII, LOG_REPLY_TEXT,  LOG_STATUS_TEXT, LOG_REPLY_ERROR,
+                               LOG_REPLY_OK,      LOG_PORT_PROMPT, LOG_MODEM_REPLY, LOG_PERCENT};
+
+void appendValues(FieldWriter& fields, const RoutedRecord& routed) {
+    const RecordView& record = routed.record;
+    if (record.source == RecordSource::kCarried) fields.boolean("carried", true);
+    if (routed.parser)
+        routed.parser->writeValues(fields, record);
+    else if (std::ranges::find(kTexts, record.type) != std::end(kTexts))
+        fields.text("text", lineOf(record.bytes));
+}
+
 }  // namespace
 
-void RecordLines::appendText(std::string& out, const CNOut& record) {
+void RecordLines::appendText(std::string& out, const RoutedRecord& routed) const {
+    const RecordView& record = routed.record;
     const std::size_t start = out.size();
-    appendInteger(out, static_cast<long long>(record.RecordOffset()));
+    appendInteger(out, static_cast<long long>(record.offset));
     padTo(out, start + 10);
-    out += logTypeName(record.Type());
+    out += familyNameOf(kindOf(record));
     padTo(out, start + 24);
-    appendInteger(out, record.Id());
+    appendInteger(out, record.id);
     padTo(out, start + 32);
-    const RecordName name = recordName(record.Type(), record.Id());
+    const RecordName name = nameOf(kindOf(record));
     out += name.empty() ? std::string_view("-") : name.view();
     padTo(out, start + 46);
-    appendInteger(out, static_cast<long long>(record.RecordBytes().size()));
+    appendInteger(out, static_cast<long long>(record.bytes.size()));
     FieldWriter fields(out, LineFormat::kText);
-    appendValues(fields, record);
+    appendValues(fields, routed);
     out += '\n';
 }
 
-void RecordLines::appendJson(std::string& out, const CNOut& record) {
-    const RecordName name = recordName(record.Type(), record.Id());
+void RecordLines::appendJson(std::string& out, const RoutedRecord& routed) const {
+    const RecordView& record = routed.record;
+    const RecordName name = nameOf(kindOf(record));
     out += '{';
     FieldWriter fields(out, LineFormat::kJson);
     if (!m_file.empty()) fields.text("file", m_file);
-    fields.integer("offset", static_cast<std::int64_t>(record.RecordOffset()));
-    fields.integer("type", record.Type());
-    fields.text("family", logTypeName(record.Type()));
-    fields.integer("id", record.Id());
+    fields.integer("offset", static_cast<std::int64_t>(record.offset));
+    fields.integer("type", record.type);
+    fields.text("family", familyNameOf(kindOf(record)));
+    fields.integer("id", record.id);
     fields.text("name", name.view());
-    fields.integer("size", static_cast<std::int64_t>(record.RecordBytes().size()));
-    appendValues(fields, record);
+    fields.integer("size", static_cast<std::int64_t>(record.bytes.size()));
+    appendValues(fields, routed);
     out += "}\n";
 }
 
-void RecordLines::appendBare(std::string& out, const CNOut& record) {
+void RecordLines::appendBare(std::string& out, const RecordView& record) {
     out += "{\"offset\":";
-    appendInteger(out, static_cast<long long>(record.RecordOffset()));
+    appendInteger(out, static_cast<long long>(record.offset));
     out += ",\"type\":";
-    appendInteger(out, record.Type());
+    appendInteger(out, record.type);
     out += ",\"id\":";
-    appendInteger(out, record.Id());
+    appendInteger(out, record.id);
     out += ",\"size\":";
-    appendInteger(out, static_cast<long long>(record.RecordBytes().size()));
+    appendInteger(out, static_cast<long long>(record.bytes.size()));
     out += ",\"data\":\"";
-    appendHex(out, record.RecordBytes());
+    appendHex(out, record.bytes);
     out += "\"}\n";
-}
-
-void RecordLines::appendValues(FieldWriter& fields, const CNOut& record) {
-    if (record.Type() == LOG_NMEA) writeNmeaValues(fields, m_nmea, record.Id(), record.RecordBytes());
 }
 
 }  // namespace vkcomm

@@ -4,13 +4,11 @@
 #include <string>
 #include <string_view>
 
-#include "vkcomm/decode/stream_decoder.h"
-#include "vkcomm/formats/nmea_format.h"
+#include "host/record_router.h"
 
 namespace vkcomm {
 
-// Turns the record a decoder holds into a line, parsing values along the way. One object a stream: parsers
-// keep the state of earlier records.
+// Turns a record into a line, with the values its parser holds.
 class RecordLines {
 public:
     // Shown as "file" in JSON lines when not empty.
@@ -20,15 +18,13 @@ public:
     //   text: offset, family, Id, name and size in columns, then name=value words
     //   JSON: {"offset":…,"type":…,"family":…,"id":…,"name":…,"size":…, values}
     //   bare: {"offset":…,"type":…,"id":…,"size":…,"data":"lower-case hex of the record's bytes"}
-    void appendText(std::string& out, const CNOut& record);
-    void appendJson(std::string& out, const CNOut& record);
-    static void appendBare(std::string& out, const CNOut& record);
+    // A record that came inside the maker's frames says so: its first value is carried, true.
+    void appendText(std::string& out, const RoutedRecord& routed) const;
+    void appendJson(std::string& out, const RoutedRecord& routed) const;
+    static void appendBare(std::string& out, const RecordView& record);
 
 private:
-    void appendValues(class FieldWriter& fields, const CNOut& record);
-
     std::string m_file;
-    CNmeaFormat m_nmea;
 };
 
 }  // namespace vkcomm

@@ -59,6 +59,14 @@ Damager::Damager(const Framing& framing, double percent, std::uint64_t seed)
 
 void Damager::damage(Piece& piece, bool endOfRecording) {
     if (m_share <= 0.0) return;
+    Piece damaged;
+    do
+        damaged = attempt(piece, endOfRecording);
+    while (holdsFalseFrame(damaged, endOfRecording));
+    piece = std::move(damaged);
+}
+
+Piece Damager::attempt(const Piece& piece, bool endOfRecording) {
     Piece out;
     std::size_t first = 0;  // of the broken frames in front of the next whole one
     for (std::size_t i = 0; i < piece.frames.size(); ++i) {
@@ -67,7 +75,7 @@ void Damager::damage(Piece& piece, bool endOfRecording) {
         addGap(piece, first, i, endOfRecording && last, out);
         first = i + 1;
     }
-    piece = std::move(out);
+    return out;
 }
 
 // Appends the remains of frames first to next - 1, and frame next whole. Chance may let a remain pass its
@@ -85,14 +93,17 @@ void Damager::addGap(const Piece& piece, std::size_t first, std::size_t next, bo
         mayAddGarbage(out);
         if (endOfRecording) addFalseHead(out);
         out.addFrame(piece.frameBytes(next));
-    } while (holdsFrame(out, bytes, out.frames.back().offset));
+    } while (holdsFrame(out.bytes, bytes, out.frames.back().offset));
 }
 
 void Damager::addBroken(ByteSpan frame, Piece& out) {
-    Bytes remains(frame.begin(), frame.end());
-    const std::size_t checked = remains.size() - std::min(remains.size(), m_framing.uncheckedTail);
-    const Break breakFrame = kBreaks[m_random.below(kBreaks.size())];
-    breakFrame(remains, std::max<std::size_t>(checked, 1), m_random);
+    const std::size_t checked = frame.size() - std::min(frame.size(), m_framing.uncheckedTail);
+    Bytes remains;
+    do {
+        remains.assign(frame.begin(), frame.end());
+        const Break breakFrame = kBreaks[m_random.below(kBreaks.size())];
+        breakFrame(remains, std::max<std::size_t>(checked, 1), m_random);
+    } while (holdsFrame(remains, 0, remains.size()));
     out.addFrame(remains, false);
 }
 
@@ -110,9 +121,26 @@ void Damager::mayAddGarbage(Piece& out) {
 }
 
 // True when a frame that passes its check begins in the bytes from..to-1.
-bool Damager::holdsFrame(const Piece& piece, std::size_t from, std::size_t to) const {
+bool Damager::holdsFrame(ByteSpan bytes, std::size_t from, std::size_t to) const {
     for (std::size_t at = from; at < to; ++at)
-        if (m_framing.startsWithFrame(ByteSpan(piece.bytes).subspan(at))) return true;
+        if (m_framing.match(bytes.subspan(at)) == Match::kFrame) return true;
+    return false;
+}
+
+// True when a frame that passes its check begins outside the whole ones, or may begin there and end in the
+// next piece.
+bool Damager::holdsFalseFrame(const Piece& piece, bool endOfRecording) const {
+    const auto isFalse = [&](std::size_t at) {
+        const Match match = m_framing.match(ByteSpan(piece.bytes).subspan(at));
+        return match == Match::kFrame || (match == Match::kUnfinished && !endOfRecording);
+    };
+    std::size_t at = 0;
+    for (const Frame& frame : piece.frames) {
+        if (!frame.whole) continue;
+        for (; at < frame.offset; ++at)
+            if (isFalse(at)) return true;
+        at = frame.offset + frame.size;
+    }
     return false;
 }
 

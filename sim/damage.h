@@ -24,11 +24,13 @@ public:
     void damage(Piece& piece, bool endOfRecording);
 
 private:
+    Piece attempt(const Piece& piece, bool endOfRecording);
     void addGap(const Piece& piece, std::size_t first, std::size_t next, bool endOfRecording, Piece& out);
     void addBroken(ByteSpan frame, Piece& out);
     void addFalseHead(Piece& out);
     void mayAddGarbage(Piece& out);
-    bool holdsFrame(const Piece& piece, std::size_t from, std::size_t to) const;
+    bool holdsFrame(ByteSpan bytes, std::size_t from, std::size_t to) const;
+    bool holdsFalseFrame(const Piece& piece, bool endOfRecording) const;
 
     const Framing& m_framing;
     double m_share;

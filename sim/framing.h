@@ -9,9 +9,17 @@
 
 namespace vkcomm::sim {
 
+// What stands at the front of some bytes.
+enum class Match {
+    kNone,
+    kFrame,       // a whole frame that passes its check; more may follow it
+    kUnfinished,  // the beginning of what may become one
+};
+
 struct Framing {
-    // True when bytes begin with a whole frame that passes its check; more may follow it.
-    bool (*startsWithFrame)(ByteSpan bytes);
+    // Never stricter than any reader. A family whose check cannot pass by chance (a CRC-32) may say none
+    // instead of unfinished.
+    Match (*match)(ByteSpan bytes);
     // Bytes at the end of a frame that its check does not cover, so that changing them alone may go
     // unnoticed.
     std::size_t uncheckedTail;

@@ -47,7 +47,7 @@ public:
         return *this;
     }
 
-    Sentence& time(const UtcTime& utc);
+    Sentence& time(const CalendarTime& utc);
     Sentence& position(const Epoch& epoch);
 
     // Closes the sentence and appends it.
@@ -59,7 +59,7 @@ private:
     std::string m_text;
 };
 
-Sentence& Sentence::time(const UtcTime& utc) {
+Sentence& Sentence::time(const CalendarTime& utc) {
     m_text += ',';
     appendInteger(m_text, utc.hour * 10'000 + utc.minute * 100 + utc.second, 6);
     m_text += '.';
@@ -116,7 +116,7 @@ int sentenceNumber(const Satellite& satellite) {
 
 double knots(double metresPerSecond) { return metresPerSecond * 3600.0 / 1852.0; }
 
-void addGga(const Epoch& epoch, const UtcTime& utc, Piece& piece) {
+void addGga(const Epoch& epoch, const CalendarTime& utc, Piece& piece) {
     Sentence gga("GPGGA");
     gga.time(utc).position(epoch).integer(wordsOf(epoch.quality).gga).integer(epoch.satellitesUsed(), 2);
     if (hasFix(epoch))
@@ -179,7 +179,7 @@ void addSatellitesInView(const Epoch& epoch, Piece& piece) {
     addGsv("GLGSV", gl, piece);
 }
 
-void addRmc(const Epoch& epoch, const UtcTime& utc, Piece& piece) {
+void addRmc(const Epoch& epoch, const CalendarTime& utc, Piece& piece) {
     Sentence rmc("GPRMC");
     rmc.time(utc).text(hasFix(epoch) ? "A" : "V").position(epoch);
     if (hasFix(epoch))
@@ -191,7 +191,7 @@ void addRmc(const Epoch& epoch, const UtcTime& utc, Piece& piece) {
 }
 
 // The error ellipse lies along the meridian: the latitude is the worse known.
-void addGst(const Epoch& epoch, const UtcTime& utc, Piece& piece) {
+void addGst(const Epoch& epoch, const CalendarTime& utc, Piece& piece) {
     Sentence gst("GPGST");
     gst.time(utc);
     if (hasFix(epoch))
@@ -207,7 +207,7 @@ void addGst(const Epoch& epoch, const UtcTime& utc, Piece& piece) {
     gst.addTo(piece);
 }
 
-void addZda(const UtcTime& utc, Piece& piece) {
+void addZda(const CalendarTime& utc, Piece& piece) {
     Sentence("GPZDA")
         .time(utc)
         .integer(utc.day, 2)
@@ -241,18 +241,19 @@ int hexValue(unsigned char digit) {
 
 // Reads a line the lenient way: to its line feed, whatever it holds, with the last star as the border of the
 // check.
-bool startsWithSentence(ByteSpan bytes) {
-    if (bytes.empty() || bytes[0] != '$') return false;
+Match matchSentence(ByteSpan bytes) {
+    if (bytes.empty() || bytes[0] != '$') return Match::kNone;
     const ByteSpan line =
         bytes.first(static_cast<std::size_t>(std::ranges::find(bytes, '\n') - bytes.begin()));
-    if (line.size() == bytes.size()) return false;
+    if (line.size() == bytes.size()) return Match::kUnfinished;
     std::size_t star = line.size() - 1;
     while (star > 0 && line[star] != '*')
         --star;
-    if (star == 0 || line.size() - star < 3) return false;
+    if (star == 0 || line.size() - star < 3) return Match::kNone;
     const int high = hexValue(line[star + 1]);
     const int low = hexValue(line[star + 2]);
-    return high >= 0 && low >= 0 && xorOf(line.subspan(1, star - 1)) == high * 16 + low;
+    const bool right = high >= 0 && low >= 0 && xorOf(line.subspan(1, star - 1)) == high * 16 + low;
+    return right ? Match::kFrame : Match::kNone;
 }
 
 using namespace std::string_view_literals;
@@ -265,7 +266,7 @@ constexpr std::array kFalseHeads{
 }  // namespace
 
 void encodeNmea(const Epoch& epoch, Piece& piece) {
-    const UtcTime utc = utcOf(epoch);
+    const CalendarTime utc = utcOf(epoch);
     addGga(epoch, utc, piece);
     addGsa(epoch, piece);
     addSatellitesInView(epoch, piece);
@@ -275,6 +276,6 @@ void encodeNmea(const Epoch& epoch, Piece& piece) {
     addVtg(epoch, piece);
 }
 
-const Framing kNmeaFraming{startsWithSentence, 5, kFalseHeads};
+const Framing kNmeaFraming{matchSentence, 5, kFalseHeads};
 
 }  // namespace vkcomm::sim

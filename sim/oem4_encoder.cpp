@@ -6,38 +6,25 @@
 #include <cstdint>
 
 #include "sim/byte_writer.h"
-#include "vkcomm/util/checksums.h"
+#include "sim/ephemeris.h"
+#include "sim/oem4_log.h"
 
 namespace vkcomm::sim {
 
 namespace {
 
-constexpr std::size_t kHeaderSize = 28;
-constexpr std::size_t kCrcSize = 4;
+enum : std::uint16_t {
+    kVersion = 37,
+    kRawephem = 41,
+    kBestpos = 42,
+    kSatvis = 48,
+    kBestvel = 99,
+    kRangecmp = 140,
+    kPsrdop = 174
+};
 
-enum : std::uint16_t { kVersion = 37, kBestpos = 42, kBestvel = 99, kRangecmp = 140, kPsrdop = 174 };
-
-void addLog(std::uint16_t id, const Epoch& epoch, ByteSpan body, Piece& piece) {
-    constexpr std::uint8_t kCom1 = 0x20;
-    constexpr std::uint8_t kFineSteering = 180;
-    ByteWriter log;
-    log.text("\xAA\x44\x12\x1C", 4);
-    log.le(id);
-    log.le<std::uint8_t>(0);  // binary, not a response
-    log.le(kCom1);
-    log.le(static_cast<std::uint16_t>(body.size()));
-    log.le<std::uint16_t>(0);   // last log of its message
-    log.le<std::uint8_t>(120);  // idle time in half percent
-    log.le(kFineSteering);
-    log.le(static_cast<std::uint16_t>(epoch.week));
-    log.le(static_cast<std::uint32_t>(epoch.millisecondsOfWeek));
-    log.le<std::uint32_t>(0);  // receiver status: no error
-    log.le<std::uint16_t>(0);
-    log.le<std::uint16_t>(4807);  // software build
-    log.append(body);
-    log.le(crc32Of(log.bytes()));
-    piece.addFrame(log.bytes());
-}
+constexpr std::int64_t kSatvisInterval = 10'000;  // milliseconds
+constexpr std::int64_t kEphemerisInterval = 120'000;
 
 // Solution computed, or insufficient observations.
 std::uint32_t solutionStatus(const Epoch& epoch) { return epoch.quality == FixQuality::kNone ? 1 : 0; }
@@ -63,7 +50,7 @@ void addVersion(const Epoch& epoch, Piece& piece) {
     body.text("3.000", 16);
     body.text("2024/Feb/28", 12);
     body.text("12:00:00", 12);
-    addLog(kVersion, epoch, body.bytes(), piece);
+    addOem4Log(kVersion, epoch, body.bytes(), piece);
 }
 
 void addBestpos(const Epoch& epoch, Piece& piece) {
@@ -91,7 +78,7 @@ void addBestpos(const Epoch& epoch, Piece& piece) {
     body.le<std::uint8_t>(dualFrequency ? used(epoch) : std::uint8_t{0});
     body.zeros(3);
     body.le<std::uint8_t>(!fix ? 0x00 : dualFrequency ? 0x03 : 0x01);  // GPS L1, GPS L2
-    addLog(kBestpos, epoch, body.bytes(), piece);
+    addOem4Log(kBestpos, epoch, body.bytes(), piece);
 }
 
 void addBestvel(const Epoch& epoch, Piece& piece) {
@@ -106,7 +93,7 @@ void addBestvel(const Epoch& epoch, Piece& piece) {
     body.le(fix ? epoch.course : 0.0);
     body.le(fix ? epoch.verticalSpeed : 0.0);
     body.zeros(4);
-    addLog(kBestvel, epoch, body.bytes(), piece);
+    addOem4Log(kBestvel, epoch, body.bytes(), piece);
 }
 
 void addPsrdop(const Epoch& epoch, Piece& piece) {
@@ -119,7 +106,7 @@ void addPsrdop(const Epoch& epoch, Piece& piece) {
     body.le(static_cast<std::uint32_t>(epoch.satellitesUsed()));
     for (const Satellite& satellite : epoch.satellites)
         if (satellite.used) body.le(static_cast<std::uint32_t>(satellite.number));
-    addLog(kPsrdop, epoch, body.bytes(), piece);
+    addOem4Log(kPsrdop, epoch, body.bytes(), piece);
 }
 
 // Tracking status words without the channel: phase lock on L1 C/A, and on L2 P(Y) codeless.
@@ -164,30 +151,47 @@ void addRangecmp(const Epoch& epoch, Piece& piece) {
     ByteWriter body;
     body.le(channel * 2);
     body.append(ranges.bytes());
-    addLog(kRangecmp, epoch, body.bytes(), piece);
+    addOem4Log(kRangecmp, epoch, body.bytes(), piece);
 }
 
-bool startsWithLog(ByteSpan bytes) {
-    if (bytes.size() < kHeaderSize + kCrcSize) return false;
-    if (bytes[0] != 0xAA || bytes[1] != 0x44 || bytes[2] != 0x12 || bytes[3] != kHeaderSize) return false;
-    const std::size_t checked = kHeaderSize + loadLe<std::uint16_t>(bytes.data() + 8);
-    if (bytes.size() < checked + kCrcSize) return false;
-    return crc32Of(bytes.first(checked)) == loadLe<std::uint32_t>(bytes.data() + checked);
+// PRN as these receivers count: GLONASS slots from 38.
+int oem4Number(const Satellite& satellite) {
+    return satellite.system == SatelliteSystem::kGlonass ? satellite.number + 37 : satellite.number;
 }
 
-using namespace std::string_view_literals;
+void addSatvis(const Epoch& epoch, Piece& piece) {
+    ByteWriter body;
+    body.le<std::uint32_t>(1);  // valid
+    body.le<std::uint32_t>(1);  // worked out from a complete almanac
+    body.le(static_cast<std::uint32_t>(epoch.satellites.size()));
+    for (const Satellite& satellite : epoch.satellites) {
+        body.le(static_cast<std::int16_t>(oem4Number(satellite)));
+        body.le<std::int16_t>(0);   // GLONASS frequency
+        body.le<std::uint32_t>(0);  // healthy
+        body.le(satellite.elevation);
+        body.le(satellite.azimuth);
+        body.le(satellite.l1.doppler);  // without the receiver's clock, and with it
+        body.le(satellite.l1.doppler);
+    }
+    addOem4Log(kSatvis, epoch, body.bytes(), piece);
+}
 
-constexpr std::array kFalseHeads{
-    // A whole BESTPOS header that promises 8,000 bytes.
-    "\xAA\x44\x12\x1C\x2A\x00\x02\x20\x40\x1F\x00\x00\x78\xB4\xFF\x08\x00\x00\x00\x00\x00\x00\x00\x00\x00\x00\xC7\x12"sv,
-    // The longest log that fits a record, then the shortest that does not, then the longest there is.
-    "\xAA\x44\x12\x1C\x8C\x00\x02\x20\xE0\x1F"sv,
-    "\xAA\x44\x12\x1C\x8C\x00\x02\x20\xE1\x1F"sv,
-    "\xAA\x44\x12\x1C\x2B\x00\x02\x20\xFF\xFF"sv,
-    "\xAA\x44\x12"sv,
-    "\xAA"sv,
-    "\x02\x00\x40\xF0"sv,
-};
+// Reference time, then subframes 1 to 3. They went out up to half a minute ago.
+void addRawephem(const Epoch& epoch, int prn, Piece& piece) {
+    constexpr std::int64_t kFrame = 30'000;  // the five subframes, milliseconds
+    const Ephemeris ephemeris = ephemerisOf(prn, epoch.week, epoch.millisecondsOfWeek);
+    ByteWriter body;
+    body.le(static_cast<std::uint32_t>(prn));
+    body.le(static_cast<std::uint32_t>(ephemeris.week));
+    body.le(static_cast<std::uint32_t>(ephemeris.reference * 16));
+    body.append(subframesOf(ephemeris, epoch.millisecondsOfWeek / kFrame * 30));
+    addOem4Log(kRawephem, epoch, body.bytes(), piece);
+}
+
+void addEphemerides(const Epoch& epoch, Piece& piece) {
+    for (const Satellite& satellite : epoch.satellites)
+        if (satellite.system == SatelliteSystem::kGps) addRawephem(epoch, satellite.number, piece);
+}
 
 }  // namespace
 
@@ -198,8 +202,8 @@ void encodeOem4(const Epoch& epoch, Piece& piece) {
     addBestvel(epoch, piece);
     addPsrdop(epoch, piece);
     addRangecmp(epoch, piece);
+    if (isDue(epoch, kSatvisInterval)) addSatvis(epoch, piece);
+    if (isDue(epoch, kEphemerisInterval)) addEphemerides(epoch, piece);
 }
-
-const Framing kOem4Framing{startsWithLog, 0, kFalseHeads};
 
 }  // namespace vkcomm::sim

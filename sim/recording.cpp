@@ -4,17 +4,38 @@
 #include <array>
 #include <cmath>
 
+#include "sim/cmc_encoder.h"
+#include "sim/cmc_messages.h"
+#include "sim/csi_encoder.h"
+#include "sim/csi_messages.h"
+#include "sim/javad_encoder.h"
+#include "sim/javad_messages.h"
+#include "sim/maker_encoder.h"
 #include "sim/nmea_encoder.h"
 #include "sim/oem4_encoder.h"
+#include "sim/oem4_log.h"
+#include "sim/oem4_server_encoder.h"
+#include "sim/trimble_encoder.h"
+#include "sim/trimble_packets.h"
 
 namespace vkcomm::sim {
 
 namespace {
 
-constexpr std::array<Family, 2> kFamilies{{
+constexpr std::array<Family, 8> kFamilies{{
     {"nmea", "NMEA 0183 sentences: GGA, GSA, GSV, RMC, GST, ZDA, VTG", nullptr, encodeNmea, &kNmeaFraming},
-    {"oem4", "NovAtel OEM4 binary logs: VERSION, BESTPOS, BESTVEL, PSRDOP, RANGECMP", encodeOem4Start,
-     encodeOem4, &kOem4Framing},
+    {"oem4", "NovAtel OEM4 binary logs: VERSION, BESTPOS, BESTVEL, PSRDOP, RANGECMP, SATVIS, RAWEPHEM",
+     encodeOem4Start, encodeOem4, &kOem4Framing},
+    {"oem4-server", "NovAtel reference station: OEM4 messages 912, 913, 915", nullptr, encodeOem4Server,
+     &kOem4Framing},
+    {"trimble", "Trimble packets: GENOUT with GSOF records, RECSTAT1, RETOPT, RETSVDATA, RETSERIAL, BREAKRET",
+     encodeTrimbleStart, encodeTrimble, &kTrimbleFraming},
+    {"javad", "Javad GREIS messages: times, position, velocity, sigmas, dilutions, satellites",
+     encodeJavadStart, encodeJavad, &kJavadFraming},
+    {"cmc", "CMC Allstar messages 20, 30, 33, 45, 49, 75", encodeCmcStart, encodeCmc, &kCmcFraming},
+    {"csi", "CSI and Hemisphere: $BIN 1, 2, 96, 99, JSHOW reply", encodeCsiStart, encodeCsi, &kCsiFraming},
+    {"maker", "the maker's receiver: a Trimble board's packets in $$ frames, SI replies", encodeMakerStart,
+     encodeMaker, &kMakerFraming},
 }};
 
 std::string familyNames() {

@@ -14,7 +14,6 @@ namespace {
 
 constexpr std::int64_t kSecond = 1000;
 constexpr std::int64_t kMinute = 60 * kSecond;
-constexpr std::int64_t kLeapSeconds = 18;
 
 // Where the rover circles. Angles are in nanodegrees: 0.1 mm on the ground.
 constexpr std::int64_t kStartLatitude = 47'285'200'000;
@@ -144,18 +143,12 @@ Signal signalAt(std::int64_t range, std::int64_t rangePerSecond, std::int64_t am
     return signal;
 }
 
-}  // namespace
-
-int Epoch::satellitesUsed() const {
-    return static_cast<int>(
-        std::count_if(satellites.begin(), satellites.end(), [](const auto& s) { return s.used; }));
-}
-
-UtcTime utcOf(const Epoch& epoch) {
+// The moment a number of seconds after the epoch's on the calendar of GPS time.
+CalendarTime calendarOf(const Epoch& epoch, int secondsLater) {
     using namespace std::chrono;
     constexpr sys_days kGpsStart = year{1980} / January / 6;
     const auto time =
-        kGpsStart + weeks(epoch.week) + milliseconds(epoch.millisecondsOfWeek) - seconds(kLeapSeconds);
+        kGpsStart + weeks(epoch.week) + milliseconds(epoch.millisecondsOfWeek) + seconds(secondsLater);
     const auto midnight = floor<days>(time);
     const year_month_day date(midnight);
     const hh_mm_ss<milliseconds> clock(time - midnight);
@@ -167,6 +160,17 @@ UtcTime utcOf(const Epoch& epoch) {
             static_cast<int>(clock.seconds().count()),
             static_cast<int>(clock.subseconds().count())};
 }
+
+}  // namespace
+
+int Epoch::satellitesUsed() const {
+    return static_cast<int>(
+        std::count_if(satellites.begin(), satellites.end(), [](const auto& s) { return s.used; }));
+}
+
+CalendarTime utcOf(const Epoch& epoch) { return calendarOf(epoch, -kLeapSeconds); }
+
+CalendarTime gpsCalendarOf(const Epoch& epoch) { return calendarOf(epoch, 0); }
 
 Truth::Truth(const TruthOptions& options) : m_options(options) {
     Random random(options.seed);

@@ -68,13 +68,23 @@ struct Epoch {
     int satellitesUsed() const;
 };
 
-// Calendar time in UTC.
-struct UtcTime {
+struct CalendarTime {
     int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, millisecond = 0;
 };
 
-// The moment of an epoch in UTC, 18 leap seconds behind GPS time.
-UtcTime utcOf(const Epoch& epoch);
+// GPS time less UTC, in seconds.
+inline constexpr int kLeapSeconds = 18;
+
+// The moment of an epoch in UTC.
+CalendarTime utcOf(const Epoch& epoch);
+
+// The same on the calendar of GPS time, which knows no leap seconds.
+CalendarTime gpsCalendarOf(const Epoch& epoch);
+
+// Whether what comes at every multiple of some milliseconds of the week comes with this epoch.
+inline bool isDue(const Epoch& epoch, std::int64_t everyMilliseconds) {
+    return epoch.millisecondsOfWeek % everyMilliseconds == 0;
+}
 
 struct TruthOptions {
     std::uint64_t seed = 1;

@@ -15,6 +15,7 @@ enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 using Run = std::function<int()>;
 
 void addDecode(CLI::App& app, Run& run);
+void addGga(CLI::App& app, Run& run);
 void addSimulate(CLI::App& app, Run& run);
 
 }  // namespace vkcomm

@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
     app.footer("vkcomm VERB --help explains each verb, with an example that needs no hardware.");
     Run run;
     addDecode(app, run);
+    addGga(app, run);
     addSimulate(app, run);
     try {
         app.parse(argc, argv);

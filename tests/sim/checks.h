@@ -56,6 +56,70 @@ inline std::size_t logSize(ByteSpan bytes) {
     return size <= bytes.size() && bitwiseCrc32(bytes.first(size)) == 0 ? size : 0;
 }
 
+inline std::size_t within(ByteSpan bytes, std::size_t size) { return size <= bytes.size() ? size : 0; }
+
+inline unsigned sumOf(ByteSpan bytes) {
+    unsigned sum = 0;
+    for (const unsigned char byte : bytes)
+        sum += byte;
+    return sum;
+}
+
+// Likewise for the other families.
+inline std::size_t packetSize(ByteSpan bytes) {
+    if (bytes.size() < 6 || bytes[0] != 2) return 0;
+    const std::size_t size = within(bytes, 6u + bytes[3]);
+    if (size == 0 || bytes[size - 1] != 3) return 0;
+    return sumOf(bytes.subspan(1, size - 3)) % 256 == bytes[size - 2] ? size : 0;
+}
+
+inline std::size_t cmcSize(ByteSpan bytes) {
+    if (bytes.size() < 6 || bytes[0] != 1 || bytes[1] + bytes[2] != 255) return 0;
+    const std::size_t size = within(bytes, 6u + bytes[3]);
+    if (size == 0) return 0;
+    return sumOf(bytes.first(size - 2)) == bytes[size - 2] + 256u * bytes[size - 1] ? size : 0;
+}
+
+inline std::size_t csiSize(ByteSpan bytes) {
+    const std::string text = textOf(bytes.first(std::min<std::size_t>(bytes.size(), 1000)));
+    if (text.starts_with("$>JSHOW")) return text.find('\n') + 1;
+    if (!text.starts_with("$BIN") || text.size() < 12) return 0;
+    const std::size_t size = within(bytes, 12u + bytes[6] + 256u * bytes[7]);
+    if (size == 0 || bytes[size - 2] != '\r' || bytes[size - 1] != '\n') return 0;
+    return sumOf(bytes.subspan(8, size - 12)) == bytes[size - 4] + 256u * bytes[size - 3] ? size : 0;
+}
+
+inline unsigned greisSum(ByteSpan bytes) {
+    unsigned sum = 0;
+    for (const unsigned char byte : bytes)
+        sum = ((sum << 2 | sum >> 6) & 255) ^ byte;
+    return (sum << 2 | sum >> 6) & 255;
+}
+
+inline std::size_t greisSize(ByteSpan bytes) {
+    if (bytes.size() < 6 || bytes[0] < '0' || bytes[0] > '~' || bytes[1] < '0' || bytes[1] > '~') return 0;
+    const std::string digits = textOf(bytes.subspan(2, 3));
+    if (digits.find_first_not_of("0123456789ABCDEF") != std::string::npos) return 0;
+    const std::size_t size = within(bytes, 5 + std::stoul(digits, nullptr, 16));
+    if (size < 6) return 0;
+    const std::string id = textOf(bytes.first(2));
+    if (id == "RE" || id == "ER" || id == "JP") return size;
+    if (greisSum(bytes.first(size - 1)) == bytes[size - 1]) return size;
+    const std::string check = textOf(bytes.subspan(size - 2, 2));
+    return id == "MF" && std::strtoul(check.c_str(), nullptr, 16) == greisSum(bytes.first(size - 2)) ? size
+                                                                                                     : 0;
+}
+
+inline std::size_t makerSize(ByteSpan bytes) {
+    if (bytes.size() < 9 || bytes[0] != '$' || bytes[1] != '$') return 0;
+    const std::size_t size = within(bytes, 9u + bytes[5]);
+    if (size == 0) return 0;
+    unsigned check = 0;
+    for (const unsigned char byte : bytes.subspan(2, size - 4))
+        check ^= byte;
+    return check == 0 ? size : 0;
+}
+
 // The frames that a patient reader of that family finds in bytes.
 inline std::vector<std::string> framesIn(ByteSpan bytes, std::size_t (*frameSize)(ByteSpan)) {
     std::vector<std::string> frames;
@@ -65,6 +129,35 @@ inline std::vector<std::string> framesIn(ByteSpan bytes, std::size_t (*frameSize
         at += std::max<std::size_t>(size, 1);
     }
     return frames;
+}
+
+// The bytes of the one frame that add appends to a piece.
+template <typename Add>
+std::string hexOfFrame(Add add) {
+    Piece piece;
+    add(piece);
+    return piece.frames.size() == 1 ? hexOf(piece.frameBytes(0)) : "not one frame";
+}
+
+// All frames that encode makes of epoch, as text.
+inline std::vector<std::string> framesOf(void (*encode)(const Epoch&, Piece&), const Epoch& epoch) {
+    Piece piece;
+    encode(epoch, piece);
+    std::vector<std::string> frames;
+    for (std::size_t i = 0; i < piece.frames.size(); ++i)
+        frames.push_back(textOf(piece.frameBytes(i)));
+    return frames;
+}
+
+// The number at an offset of bytes held as text; least or most significant byte first.
+template <typename T>
+T leAt(const std::string& bytes, std::size_t offset) {
+    return loadLe<T>(reinterpret_cast<const unsigned char*>(bytes.substr(offset, sizeof(T)).data()));
+}
+
+template <typename T>
+T beAt(const std::string& bytes, std::size_t offset) {
+    return loadBe<T>(reinterpret_cast<const unsigned char*>(bytes.substr(offset, sizeof(T)).data()));
 }
 
 // An RTK fix in Sydney at 2024-02-29 00:00:00.999 UTC. The signals of PRN 3 are those of a receiver in the

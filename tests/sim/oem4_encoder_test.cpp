@@ -115,5 +115,38 @@ TEST(Oem4Encoder, StopsAtTwentyFourRanges) {
     EXPECT_EQ(piece.frameBytes(3)[28], 24);
 }
 
+// Angles and Doppler are those that an OEMV receiver told of the satellite that it numbers 51.
+TEST(Oem4Encoder, TellsTheSatellitesInViewEveryTenSeconds) {
+    Epoch epoch = sampleEpoch();
+    epoch.millisecondsOfWeek = 345'630'000;
+    epoch.satellites = {{.system = SatelliteSystem::kGlonass,
+                         .number = 14,
+                         .elevation = 74.61156501420909,
+                         .azimuth = 229.34966422980315,
+                         .l1 = {.doppler = -828.864596066966}}};
+    const std::vector<std::string> logs = encoded(epoch);
+    ASSERT_EQ(logs.size(), kLogs + 1u);
+    EXPECT_EQ(logs[kLogs].substr(0, 20), "aa44121c300000203400");
+    EXPECT_EQ(logs[kLogs].substr(56, 104),
+              "010000000100000001000000"
+              "3300000000000000f9d995e123a75240bdf2097330ab6c40f4be57b1eae689c0f4be57b1eae689c0");
+}
+
+TEST(Oem4Encoder, SendsEveryEphemerisEveryTwoMinutes) {
+    Epoch epoch = sampleEpoch();
+    epoch.millisecondsOfWeek = 345'720'000;
+    const std::vector<std::string> logs = encoded(epoch);
+    ASSERT_EQ(logs.size(), kLogs + 3u);
+    for (const auto& [index, prn] : {std::pair{kLogs + 1, "03000000"}, {kLogs + 2, "16000000"}}) {
+        const std::string& log = logs[static_cast<std::size_t>(index)];
+        EXPECT_EQ(log.substr(0, 20), "aa44121c290000206600");
+        // Week 2303, toe 345600; subframes 1, 2 and 3 that began at 345720, 345726 and 345732.
+        EXPECT_EQ(log.substr(56, 24), prn + std::string("ff08000000460500"));
+        EXPECT_EQ(log.substr(80, 12), "8b0000708a84");
+        EXPECT_EQ(log.substr(140, 12), "8b0000708b08");
+        EXPECT_EQ(log.substr(200, 12), "8b0000708b8c");
+    }
+}
+
 }  // namespace
 }  // namespace vkcomm::sim

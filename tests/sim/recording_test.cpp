@@ -10,8 +10,9 @@
 namespace vkcomm::sim {
 namespace {
 
-const std::map<std::string_view, std::size_t (*)(ByteSpan)> kReaders{{"nmea", sentenceSize},
-                                                                     {"oem4", logSize}};
+const std::map<std::string_view, std::size_t (*)(ByteSpan)> kReaders{
+    {"nmea", sentenceSize}, {"oem4", logSize}, {"oem4-server", logSize}, {"trimble", packetSize},
+    {"javad", greisSize},   {"cmc", cmcSize},  {"csi", csiSize},         {"maker", makerSize}};
 
 std::vector<std::string> wholeFrames(const Piece& piece) {
     std::vector<std::string> frames;
@@ -143,14 +144,19 @@ TEST(Recording, SecondsTimesRateIsTheNumberOfEpochs) {
     for (const Case& c :
          {Case{1, 1, 1}, Case{60, 0.1, 6}, Case{1, 0.001, 1}, Case{10, 1000, 10'000}, Case{7, 0.5, 4}}) {
         const Piece recording = makeRecording({.family = "oem4", .seconds = c.seconds, .rateHz = c.rateHz});
-        EXPECT_EQ(recording.frames.size(), 1 + 4 * c.epochs) << c.seconds << " s at " << c.rateHz << " Hz";
+        std::size_t positions = 0;
+        for (std::size_t i = 0; i < recording.frames.size(); ++i)
+            positions += recording.frameBytes(i)[4] == 42 ? 1u : 0u;  // BESTPOS
+        EXPECT_EQ(positions, c.epochs) << c.seconds << " s at " << c.rateHz << " Hz";
     }
 }
 
 TEST(Recording, RefusesSenselessOptions) {
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     EXPECT_EQ(problemWith({}), "");
-    EXPECT_EQ(problemWith({.family = "NMEA"}), "unknown family 'NMEA'; known families: nmea, oem4");
+    EXPECT_EQ(
+        problemWith({.family = "NMEA"}),
+        "unknown family 'NMEA'; known families: nmea, oem4, oem4-server, trimble, javad, cmc, csi, maker");
     const RecordingOptions bad[] = {
         {.seconds = 0},          {.seconds = -1},         {.seconds = std::numeric_limits<int>::max()},
         {.rateHz = 0.0},         {.rateHz = -1.0},        {.rateHz = 1e6},

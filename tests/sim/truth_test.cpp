@@ -103,7 +103,7 @@ TEST(Truth, TellsTheTime) {
         std::int64_t millisecondsOfWeek, after;
         int expectedWeek;
         std::int64_t expectedMilliseconds;
-        UtcTime utc;
+        CalendarTime utc;
     };
 
     const Case cases[] = {
@@ -136,7 +136,7 @@ TEST(Truth, TellsTheTime) {
         SCOPED_TRACE(c.name);
         const Truth truth({.startWeek = c.week, .startMillisecondsOfWeek = c.millisecondsOfWeek});
         const Epoch epoch = truth.at(c.after);
-        const UtcTime utc = utcOf(epoch);
+        const CalendarTime utc = utcOf(epoch);
         EXPECT_EQ(epoch.week, c.expectedWeek);
         EXPECT_EQ(epoch.millisecondsOfWeek, c.expectedMilliseconds);
         EXPECT_EQ(std::tie(utc.year, utc.month, utc.day), std::tie(c.utc.year, c.utc.month, c.utc.day));

@@ -54,8 +54,7 @@ constinit const std::array<CNOut::Lead, 256> CNOut::kLeads = [] {
     return leads;
 }();
 
-// inline, here and in text_frames.cpp: calls within an exported class are merged only if the function says
-// so.
+// inline, here and in text_frames.cpp: within an exported class the compiler merges no other calls.
 
 // Non-zero ends the scan with the result in m_lastRead; zero leaves the cursor behind the lead.
 inline int CNOut::handleLead(unsigned char lead) {

@@ -1,0 +1,67 @@
+#include "host/recorded_stream.h"
+
+namespace vkcomm {
+
+namespace {
+
+bool isAll(const ReceiverFamily* family) { return family && family->name == "all"; }
+
+}  // namespace
+
+std::unique_ptr<RecordedStream> RecordedStream::open(const std::string& path, const StreamChoice& choice,
+                                                     std::string& error) {
+    auto source = ByteSource::open(path, error);
+    if (!source) return nullptr;
+    std::unique_ptr<RecordedStream> stream(new RecordedStream);
+    stream->m_path = path;
+    stream->m_source = std::move(source);
+    stream->choose(choice);
+    return stream;
+}
+
+void RecordedStream::choose(const StreamChoice& choice) {
+    m_chunk = choice.chunk;
+    m_asked = m_family = choice.family;
+    if (choice.guess || m_asked) m_census.emplace(m_source->peek(StreamCensus::kEnough));
+    if (choice.guess && (!m_asked || isAll(m_asked))) {
+        m_family = m_census->guess();
+        m_guessed = !m_asked;
+    }
+    if (m_family && m_census) m_router.setReceiver(m_census->positionsFrom(*m_family));
+
+    m_decoder.vSetClock(m_clock);
+    m_decoder.vSetTildeFrames(choice.tilde);
+    m_decoder.vSetDecodeMask(choice.mask.value_or(m_asked ? m_asked->decodeMask : kDecodeAll));
+    const bool javad = m_family && m_family->name == "javad";
+    m_reader = javad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+}
+
+std::string RecordedStream::guessText() const {
+    if (!m_guessed) return {};
+    return m_path + (m_family ? ": family guessed: " + std::string(m_family->name)
+                              : std::string(": family not recognised"));
+}
+
+bool RecordedStream::run(const Steps& steps) {
+    const auto record = [&](const RecordView& view) {
+        if (m_asked && m_asked->owns(view)) ++m_ownRecords;
+        if (!steps.record(m_router.route(view))) return false;
+        while (const auto carried = m_router.nextCarried())
+            if (!steps.record(*carried)) return false;
+        return true;
+    };
+    if (!readStream(*m_source, *m_reader, m_chunk, {record, steps.progress})) return false;
+    while (const auto carried = m_router.nextCarriedAtEnd())
+        if (!steps.record(*carried)) return false;
+    return true;
+}
+
+std::string RecordedStream::problem() const {
+    if (!m_source->error().empty()) return m_source->error();
+    if (counters().received == 0) return m_path + ": is empty, there is nothing to decode";
+    if (!m_asked || m_ownRecords > 0 || !m_census->guess()) return {};
+    return m_path + ": holds no " + std::string(m_asked->name) + " records; at its beginning are " +
+           m_census->text();
+}
+
+}  // namespace vkcomm
