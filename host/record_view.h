@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <tuple>
 
 #include "host/javad_framer.h"
 #include "vkcomm/decode/record_names.h"
@@ -35,7 +36,9 @@ struct MessageKind {
     unsigned id = 0;
     RecordSource source = RecordSource::kStream;
 
-    friend auto operator<=>(const MessageKind&, const MessageKind&) = default;
+    friend bool operator<(const MessageKind& left, const MessageKind& right) {
+        return std::tie(left.type, left.id, left.source) < std::tie(right.type, right.id, right.source);
+    }
 };
 
 constexpr MessageKind kindOf(const RecordView& record) { return {record.type, record.id, record.source}; }

@@ -25,28 +25,18 @@ bool startsWith(ByteSpan bytes, std::string_view text) {
     return bytes.size() >= text.size() && equal(bytes.first(text.size()), text);
 }
 
-// The whole text may not be there yet.
-bool mayStartWith(ByteSpan bytes, std::string_view text) {
-    return equal(bytes.first(std::min(bytes.size(), text.size())), text.substr(0, bytes.size()));
-}
-
+// The sum and the end of the line together do not pass by chance.
 Match matchBin(ByteSpan bytes) {
-    if (!mayStartWith(bytes, kBin)) return Match::kNone;
-    if (bytes.size() < kHeadSize) return Match::kUnfinished;
+    if (!startsWith(bytes, kBin) || bytes.size() < kHeadSize) return Match::kNone;
     const std::size_t checked = kHeadSize + loadLe<std::uint16_t>(bytes.data() + 6);
-    if (bytes.size() < checked + kTailSize) return Match::kUnfinished;
+    if (bytes.size() < checked + kTailSize) return Match::kNone;
     const bool right =
         sum16(bytes.subspan(kHeadSize, checked - kHeadSize)) == loadLe<std::uint16_t>(bytes.data() + checked);
     return right && equal(bytes.subspan(checked + 2, 2), kLineEnd) ? Match::kFrame : Match::kNone;
 }
 
 // A reply has no check, and its line ends somewhere: once begun it is one.
-Match match(ByteSpan bytes) {
-    if (bytes.empty()) return Match::kNone;
-    if (startsWith(bytes, kJshow)) return Match::kFrame;
-    if (mayStartWith(bytes, kJshow)) return Match::kUnfinished;
-    return matchBin(bytes);
-}
+Match match(ByteSpan bytes) { return startsWith(bytes, kJshow) ? Match::kFrame : matchBin(bytes); }
 
 using namespace std::string_view_literals;
 

@@ -17,7 +17,7 @@ enum class Match {
 };
 
 struct Framing {
-    // Never stricter than any reader. A family whose check cannot pass by chance (a CRC-32) may say none
+    // Never stricter than any reader. A family whose check cannot pass by chance (as a CRC-32) may say none
     // instead of unfinished.
     Match (*match)(ByteSpan bytes);
     // Bytes at the end of a frame that its check does not cover, so that changing them alone may go

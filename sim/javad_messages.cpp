@@ -81,12 +81,7 @@ using namespace std::string_view_literals;
 
 constexpr std::array kFalseHeads{
     "PV02E"sv,  // promises 46 bytes
-    "1r0FF"sv,
-    "~~FFF"sv,  // the longest promise there is
-    "PO01E\x00\x00\x00\x00"sv,
-    "GT0"sv,
-    "~"sv,
-    "\r\n"sv,
+    "1r0FF"sv, "PO01E\x00\x00\x00\x00"sv, "GT0"sv, "~"sv, "\r\n"sv,
 };
 
 }  // namespace

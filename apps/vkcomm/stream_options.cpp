@@ -11,7 +11,7 @@ namespace {
 std::string problemWithMask(const std::string& text) {
     const std::string digits = text.substr(text.starts_with("0x") || text.starts_with("0X") ? 2 : 0);
     const bool hex = !digits.empty() && digits.size() <= 8 &&
-                     digits.find_first_not_of("0123456789abcdefABCDEF") == digits.npos;
+                     digits.find_first_not_of("0123456789abcdefABCDEF") == std::string::npos;
     return hex ? std::string() : text + " is no 32-bit hexadecimal number";
 }
 
