@@ -62,7 +62,18 @@ bool isRight(ByteSpan message) {
     return hexValue(digits[0]) * 16 + hexValue(digits[1]) == checkOf(message.first(message.size() - 2));
 }
 
+bool isText(unsigned char character) { return (character >= 0x20 && character <= 0x7E) || character == '\t'; }
+
+// Lines of plain text may stand between messages, if they begin so that no message does.
+Match matchLine(ByteSpan bytes) {
+    const auto end = std::ranges::find_if_not(bytes, isText);
+    if (end == bytes.end()) return Match::kUnfinished;
+    return *end == '\r' || *end == '\n' ? Match::kFrame : Match::kNone;
+}
+
 Match matchMessage(ByteSpan bytes) {
+    if (bytes.empty()) return Match::kNone;
+    if (bytes[0] >= 0x21 && bytes[0] <= 0x2F) return matchLine(bytes);
     const ByteSpan head = bytes.first(std::min(bytes.size(), kHeadSize));
     if (!std::ranges::all_of(head.first(std::min<std::size_t>(head.size(), 2)), isIdCharacter))
         return Match::kNone;
@@ -80,8 +91,8 @@ Match matchMessage(ByteSpan bytes) {
 using namespace std::string_view_literals;
 
 constexpr std::array kFalseHeads{
-    "PV02E"sv,  // promises 46 bytes
-    "1r0FF"sv, "PO01E\x00\x00\x00\x00"sv, "GT0"sv, "~"sv, "\r\n"sv,
+    "PV02E\x96"sv,  // promises 46 bytes
+    "1r0FF\x00"sv, "PO01E\x00\x00\x00\x00"sv, "GT0"sv, "~"sv, "\r\n"sv,
 };
 
 }  // namespace

@@ -81,6 +81,7 @@ inline std::size_t cmcSize(ByteSpan bytes) {
 }
 
 inline std::size_t csiSize(ByteSpan bytes) {
+    if (bytes.empty() || bytes[0] != '$') return 0;
     const std::string text = textOf(bytes.first(std::min<std::size_t>(bytes.size(), 1000)));
     if (text.starts_with("$>JSHOW")) return text.find('\n') + 1;
     if (!text.starts_with("$BIN") || text.size() < 12) return 0;

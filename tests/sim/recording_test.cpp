@@ -122,10 +122,14 @@ TEST(Recording, SameSeedSameBytesOnEverySystem) {
     };
 
     const Case cases[] = {
-        {"nmea", 1, 0.0, 0x3C631DBDCCA9FB81u},
-        {"nmea", 2, 2.0, 0xC1C09121FB243F86u},
-        {"oem4", 1, 0.0, 0xFF15CCB5100049FDu},
-        {"oem4", 2, 2.0, 0xCC06E964652F7993u},
+        {"nmea", 1, 0.0, 0x3C631DBDCCA9FB81u},        {"nmea", 2, 2.0, 0xC7AFCDF0938F0D65u},
+        {"oem4", 1, 0.0, 0xFB9866705F3F414u},         {"oem4", 2, 2.0, 0xAD615A3521EBA9F9u},
+        {"oem4-server", 1, 0.0, 0x36B572ED42D7F895u}, {"oem4-server", 2, 2.0, 0x8F6A422B4C73D877u},
+        {"trimble", 1, 0.0, 0xC5355522C1DD7C06u},     {"trimble", 2, 2.0, 0x775312D09B73BD79u},
+        {"javad", 1, 0.0, 0xAD6C853203E51E22u},       {"javad", 2, 2.0, 0xA156DBE610318BE1u},
+        {"cmc", 1, 0.0, 0xF7AE2FAD24E3A38Fu},         {"cmc", 2, 2.0, 0x4973953F94A6D9A7u},
+        {"csi", 1, 0.0, 0x5837C352262B623Du},         {"csi", 2, 2.0, 0xE63062FB1182E90Bu},
+        {"maker", 1, 0.0, 0x6E0B7E9ED6C2EE45u},       {"maker", 2, 2.0, 0x41175949F70EBD54u},
     };
     for (const Case& c : cases) {
         const Piece recording = makeRecording(

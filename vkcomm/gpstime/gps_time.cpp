@@ -58,7 +58,8 @@ struct Moment {
 
 Moment momentOf(long long day, double seconds) {
     const double exact = withoutRoundOff(finite(seconds));
-    if (exact >= 0 && exact < kSecondsOfDay) return {bounded(day), exact + 0.0};  // nearly always; -0 becomes 0
+    if (exact >= 0 && exact < kSecondsOfDay)
+        return {bounded(day), exact + 0.0};  // nearly always; -0 becomes 0
     double rest = std::fmod(exact, kSecondsOfDay);
     rest += rest < 0 ? kSecondsOfDay : 0.0;  // adding 0 turns -0 into 0
     const double days = std::round((exact - rest) / kSecondsOfDay);
