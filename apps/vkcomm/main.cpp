@@ -16,6 +16,11 @@ int main(int argc, char** argv) {
     addDecode(app, run);
     addGga(app, run);
     addSimulate(app, run);
+    const auto isVerb = [argv](const CLI::App* verb) { return verb->get_name() == argv[1]; };
+    if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isVerb).empty()) {
+        complain(std::string(argv[1]) + " is no verb; vkcomm --help lists them");
+        return kWrongUsage;
+    }
     try {
         app.parse(argc, argv);
         return run();

@@ -126,7 +126,7 @@ TEST_F(Command, EndsAsItShould) {
         {"decode --help", 0, "vkcomm simulate oem4 -o demo.bin", ""},
         {"simulate --help", 0, "vkcomm simulate nmea -o demo.nmea", ""},
         {"", 2, "", "subcommand is required"},
-        {"dance", 2, "", "subcommand is required"},
+        {"dance", 2, "", "dance is no verb"},
         {"decode", 2, "", "FILE is required"},
         {"decode --loud gga.nmea", 2, "", "--loud"},
         {"decode --family nobody gga.nmea", 2, "", "nobody"},
