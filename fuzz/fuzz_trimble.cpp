@@ -13,9 +13,14 @@ using namespace vkcomm;
 using vkcomm::fuzz::require;
 
 std::vector<unsigned char> page(unsigned char index, unsigned char last, ByteSpan records) {
-    std::vector<unsigned char> packet = {2, 0,     0x40, static_cast<unsigned char>(records.size() + 3),
-                                         9, index, last};
-    packet.insert(packet.end(), records.begin(), records.end());
+    std::vector<unsigned char> packet(7 + records.size());
+    packet[0] = 2;
+    packet[2] = 0x40;
+    packet[3] = static_cast<unsigned char>(records.size() + 3);
+    packet[4] = 9;
+    packet[5] = index;
+    packet[6] = last;
+    std::copy(records.begin(), records.end(), packet.begin() + 7);
     return packet;
 }
 

@@ -83,33 +83,34 @@ Ephemeris ephemerisOf(int prn, int week, std::int64_t millisecondsOfWeek) {
     constexpr std::int64_t kSemicircle = 0x8000'0000;     // 2^-31 sc
     constexpr std::int64_t kSpace = 2 * kSemicircle / 6;  // between the six orbital planes
     const std::int64_t set = millisecondsOfWeek / kSet;
-    const std::int64_t plane = prn % 6;
-    const std::int64_t slot = prn / 6;
+    const std::int64_t n = prn;
+    const std::int64_t plane = n % 6;
+    const std::int64_t slot = n / 6;
 
     Ephemeris e;
     e.week = week;
     e.codesOnL2 = 1;
-    e.accuracyIndex = prn % 3;
-    e.iodc = (set * 7 + prn) % 240;
-    e.groupDelay = -prn;
+    e.accuracyIndex = n % 3;
+    e.iodc = (set * 7 + n) % 240;
+    e.groupDelay = -n;
     e.clockReference = e.reference = set * (kSet / 16'000);
-    e.clockDrift = prn - 16;
-    e.clockOffset = (prn - 16) * 9'000;
-    e.crs = 80 - prn * 5;
-    e.meanMotionDifference = 18'000 + prn * 50;  // about 2e-9 sc/s
+    e.clockDrift = n - 16;
+    e.clockOffset = (n - 16) * 9'000;
+    e.crs = 80 - n * 5;
+    e.meanMotionDifference = 18'000 + n * 50;  // about 2e-9 sc/s
     e.meanAnomaly = wrapped(slot * kSpace + plane * (kSpace / 6) + set * (kSemicircle / 3));
-    e.cuc = 150 - prn;
-    e.eccentricity = 40'000'000 + prn * 1'500'000;  // 0.005 to 0.010
-    e.cus = 2'400 - prn;
-    e.rootOfSemiMajorAxis = 2'702'051'738 + prn * 7;  // about 5153.7
-    e.cic = prn - 8;
+    e.cuc = 150 - n;
+    e.eccentricity = 40'000'000 + n * 1'500'000;  // 0.005 to 0.010
+    e.cus = 2'400 - n;
+    e.rootOfSemiMajorAxis = 2'702'051'738 + n * 7;  // about 5153.7
+    e.cic = n - 8;
     e.ascendingNode = wrapped(plane * kSpace);
-    e.cis = 40 - prn;
-    e.inclination = 656'600'000 + prn * 10'000;  // about 55 degrees
-    e.crc = 7'000 + prn * 10;
-    e.perigee = wrapped(prn * std::int64_t{100'000'000});
-    e.nodeRate = -25'000 - prn * 10;  // about -3e-9 sc/s
-    e.inclinationRate = prn;
+    e.cis = 40 - n;
+    e.inclination = 656'600'000 + n * 10'000;  // about 55 degrees
+    e.crc = 7'000 + n * 10;
+    e.perigee = wrapped(n * 100'000'000);
+    e.nodeRate = -25'000 - n * 10;  // about -3e-9 sc/s
+    e.inclinationRate = n;
     return e;
 }
 

@@ -51,8 +51,8 @@ bool isIdCharacter(unsigned char character) { return character >= 0x30 && charac
 // Texts without a checksum: once begun they are messages, whatever they hold.
 bool isUnchecked(ByteSpan head) {
     constexpr std::array<std::string_view, 3> kIds{"JP", "RE", "ER"};
-    return std::ranges::any_of(kIds,
-                               [=](std::string_view id) { return head[0] == id[0] && head[1] == id[1]; });
+    const std::string_view id(reinterpret_cast<const char*>(head.data()), 2);
+    return std::ranges::find(kIds, id) != kIds.end();
 }
 
 // Right with a byte of checksum, or with two digits, as texts have it.

@@ -1,7 +1,7 @@
-// Bytes for parsers, literal and built.
+// Bytes for parsers, literal and built, and values as text.
 #pragma once
 
-#include <bit>
+#include <charconv>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -16,24 +16,38 @@ inline ByteSpan spanOf(std::string_view bytes) {
     return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
 }
 
-inline const unsigned char* dataOf(const std::string& bytes) {
-    return reinterpret_cast<const unsigned char*>(bytes.data());
+inline const unsigned char* dataOf(const std::string& bytes) { return spanOf(bytes).data(); }
+
+template <typename T>
+std::string littleOf(T value) {
+    std::string bytes(sizeof(T), '\0');
+    storeLe(reinterpret_cast<unsigned char*>(bytes.data()), value);
+    return bytes;
 }
 
-inline std::string big(std::uint64_t value, int count) {
-    const std::string bytes = little(value, count);
+template <typename T>
+std::string bigOf(T value) {
+    const std::string bytes = littleOf(value);
     return {bytes.rbegin(), bytes.rend()};
 }
 
-inline std::string bigDouble(double value) { return big(std::bit_cast<std::uint64_t>(value), 8); }
+// bytes with value written at the position, little-endian.
+template <typename T>
+std::string with(std::string bytes, std::size_t at, T value) {
+    return bytes.replace(at, sizeof(T), littleOf(value));
+}
 
-inline std::string bigFloat(float value) { return big(std::bit_cast<std::uint32_t>(value), 4); }
-
-inline std::string littleDouble(double value) { return little(std::bit_cast<std::uint64_t>(value), 8); }
-
-// bytes with value written at the position.
-inline std::string patched(std::string bytes, std::size_t at, std::string_view value) {
-    return bytes.replace(at, value.size(), value);
+// Numbers as one text, each with the digits that tell it from every other of its type.
+template <typename... Ts>
+std::string row(const Ts&... values) {
+    std::string text;
+    const auto add = [&text](const auto& value) {
+        char digits[40];
+        text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr) += ' ';
+    };
+    (add(values), ...);
+    text.pop_back();
+    return text;
 }
 
 inline std::string gpgga(const std::wstring& sentence) { return {sentence.begin(), sentence.end()}; }

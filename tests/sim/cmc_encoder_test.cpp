@@ -43,8 +43,7 @@ TEST(CmcMessages, WritesNavigationLikeReceivers) {
     n.coordinates = 3;
     EXPECT_EQ(hexOfFrame([&](Piece& piece) { addCmcNavigation(n, piece); }),
               "0114eb471723004072ffff7f49401005d807f2695c300609e43f86486ae7a5520340384c7a440000000000000000"
-              "00000000000000000000000"
-              "01a3a344075ac8b400c001200e20a030300a511");
+              "0000000000000000000000001a3a344075ac8b400c001200e20a030300a511");
 }
 
 TEST(CmcMessages, WritesVisibilityLikeAReceiver) {

@@ -67,9 +67,7 @@ TEST(JavadMessages, AreThoseOfReceivers) {
         {"SI", [](Piece& p) { addPerSatellite("SI", kIndices, p); },
          "53493031360b022e31300a0d0420111c17180c142f298189c1474a"},
         {"MF", [](Piece& p) { addMessageForm("JP01010", p); }, "4d463030394a5030313031303946"},
-        {"RE", [](Piece& p) { addReply("%1%abc", p); },
-         "524530303625312561626"
-         "3"},
+        {"RE", [](Piece& p) { addReply("%1%abc", p); }, "5245303036253125616263"},
     };
     for (const Case& c : cases)
         EXPECT_EQ(hexOfFrame(c.add), c.expected) << c.name;

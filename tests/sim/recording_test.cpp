@@ -55,7 +55,8 @@ TEST(Recording, DamageLeavesExactlyTheWholeFrames) {
         for (const double percent : {0.5, 2.0, 30.0, 100.0}) {
             for (std::uint64_t seed = 1; seed <= 3; ++seed) {
                 SCOPED_TRACE(testing::Message() << name << ' ' << percent << "% seed " << seed);
-                RecordingOptions options{.family = std::string(name), .seconds = 600, .seed = seed};
+                const int seconds = percent < 10.0 ? 600 : 150;
+                RecordingOptions options{.family = std::string(name), .seconds = seconds, .seed = seed};
                 const Piece clean = makeRecording(options);
                 options.damagePercent = percent;
                 const Piece damaged = makeRecording(options);
@@ -126,7 +127,7 @@ TEST(Recording, SameSeedSameBytesOnEverySystem) {
         {"oem4", 1, 0.0, 0xFB9866705F3F414u},         {"oem4", 2, 2.0, 0xAD615A3521EBA9F9u},
         {"oem4-server", 1, 0.0, 0x36B572ED42D7F895u}, {"oem4-server", 2, 2.0, 0x8F6A422B4C73D877u},
         {"trimble", 1, 0.0, 0xC5355522C1DD7C06u},     {"trimble", 2, 2.0, 0x775312D09B73BD79u},
-        {"javad", 1, 0.0, 0xAD6C853203E51E22u},       {"javad", 2, 2.0, 0xA156DBE610318BE1u},
+        {"javad", 1, 0.0, 0xAD6C853203E51E22u},       {"javad", 2, 2.0, 0xF1D899A1C2415451u},
         {"cmc", 1, 0.0, 0xF7AE2FAD24E3A38Fu},         {"cmc", 2, 2.0, 0x4973953F94A6D9A7u},
         {"csi", 1, 0.0, 0x5837C352262B623Du},         {"csi", 2, 2.0, 0xE63062FB1182E90Bu},
         {"maker", 1, 0.0, 0x6E0B7E9ED6C2EE45u},       {"maker", 2, 2.0, 0x41175949F70EBD54u},
