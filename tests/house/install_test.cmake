@@ -12,7 +12,7 @@ function(run)
 endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${work}/prefix)
-run(${CMAKE_COMMAND} -S ${SOURCE_DIR}/examples -B ${work}/example -DCMAKE_PREFIX_PATH=${work}/prefix)
+run(${CMAKE_COMMAND} -G ${GENERATOR} -S ${SOURCE_DIR}/examples -B ${work}/example -DCMAKE_PREFIX_PATH=${work}/prefix)
 run(${CMAKE_COMMAND} --build ${work}/example)
 run(${COMMAND} simulate nmea -o ${work}/input --seconds 5)
 
