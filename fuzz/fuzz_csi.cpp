@@ -2,6 +2,7 @@
 // satellites only and counts stay inside it; a reply gives the same settings line by line as whole.
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 #include "fuzz/parser_laws.h"
 #include "vkcomm/formats/csi_format.h"
@@ -21,12 +22,9 @@ void requireTable(const CsiSatelliteTable& table) {
     }
 }
 
-bool same(const CsiSettings& left, const CsiSettings& right) {
-    return left.baud == right.baud && left.differentialSource == right.differentialSource &&
-           left.altitudeUse == right.altitudeUse && left.limit == right.limit &&
-           left.maskAngle == right.maskAngle && left.airMode == right.airMode &&
-           left.smoothing == right.smoothing && left.frequency == right.frequency &&
-           left.maximumAge == right.maximumAge && left.thisPort == right.thisPort;
+auto allOf(const CsiSettings& s) {
+    return std::tie(s.baud, s.differentialSource, s.altitudeUse, s.limit, s.maskAngle, s.airMode, s.smoothing,
+                    s.frequency, s.maximumAge, s.thisPort);
 }
 
 // Binary records, each behind two bytes: its kind and its length.
@@ -53,8 +51,8 @@ void processReply(ByteSpan reply) {
         const auto end = std::ranges::find(reply, '\n');
         byLines.ProcessCSISHOW(fuzz::take(reply, static_cast<std::size_t>(end - reply.begin()) + 1));
     }
-    require(same(whole.Settings(), byLines.Settings()));
-    require(std::isfinite(whole.Settings().limit));
+    require(allOf(whole.Settings()) == allOf(byLines.Settings()));
+    require(std::isfinite(whole.Settings().limit) && std::isfinite(whole.Settings().frequency));
 }
 
 }  // namespace

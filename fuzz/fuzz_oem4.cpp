@@ -1,10 +1,12 @@
-// Any bytes as any OEM4 log, the first byte choosing which: no crash and no read beyond the end; a frame that
-// is too short changes nothing, byte for byte; from one that is not, pointer and span form store values that
-// follow from it; and the GGA sentence is well-formed whatever the state.
+// Any bytes as any OEM4 log, the first byte choosing which: no crash and no read beyond the bytes that the
+// log needs; with one byte less nothing changes; span and pointer form do the same, and a null pointer
+// nothing; the bits of a compressed range follow from what it expands to; the GGA sentence is well-formed in
+// every state.
 #include <cmath>
 #include <cstring>
-#include <memory>
+#include <tuple>
 #include <type_traits>
+#include <vector>
 
 #include "fuzz/parser_laws.h"
 #include "vkcomm/formats/oem4_format.h"
@@ -25,85 +27,31 @@ struct State {
 
 static_assert(std::is_trivially_copyable_v<State>);
 
-template <typename T>
-void requireSame(const unsigned char* at, const T& bytes, std::size_t size) {
-    require(std::memcmp(at, bytes.data(), size) == 0);
+// Something of every area.
+auto digest(const State& s) {
+    const CNOEM4Format& p = s.parser;
+    return std::tuple(p.Header().milliseconds, p.Bestpos().solutionStatus, p.Position().seconds,
+                      p.Version().type, p.Psrdop().satellites, p.Ranges().count,
+                      p.Ranges().slots[3].pseudorange, p.Satellites().raw, p.Ephemeris().prn,
+                      p.Message915().body, p.Message915().tail16, s.epoch.seconds, s.epoch.satelliteCount,
+                      s.pell.station, s.station.bytes, s.passed.bytes);
 }
 
-void checkHeader(const State& state, ByteSpan frame) {
-    const Oem4Header& header = state.parser.Header();
-    require(header.messageId == loadLe<std::uint16_t>(&frame[4]) &&
-            header.week == loadLe<std::uint16_t>(&frame[14]));
-    require(header.milliseconds == loadLe<std::uint32_t>(&frame[16]));
+// The bytes that the logs take; more than the frame has when it ends before it tells how many.
+
+std::size_t bestposNeeds(ByteSpan frame) { return frame.size() < 28 || frame[6] >= 128 ? 28 : 100; }
+
+std::size_t rangesNeed(ByteSpan frame) {
+    return frame.size() < 32 ? 32 : 32 + 24 * std::min<std::size_t>(loadLe<std::uint32_t>(&frame[28]), 24);
 }
 
-void checkBestpos(const State& state, ByteSpan frame) {
-    checkHeader(state, frame);
-    const BestposBody& body = state.parser.Bestpos();
-    require(frame[6] >= 128 ||
-            (body.positionType == loadLe<std::uint32_t>(&frame[32]) && body.signalMask == frame[99]));
-    require(state.parser.Position().satellitesUsed == body.satellitesUsed);
+std::size_t satellitesNeed(ByteSpan frame) {
+    return frame.size() < 34 ? 34 : 34 + 12 * std::min<std::size_t>(frame[28], 24);
 }
 
-void checkRange(const RangeObservation& range, const unsigned char* record) {
-    if ((record[17] & 63) == 63) return;
-    require(range.prn == (record[17] & 63) && range.trackingStatus == (record[0] & 31u));
-    require(range.pseudorange >= 0.0 && range.pseudorange < 536'870'912.0);
-    require(range.cn0 >= 20.0f && range.cn0 <= 51.0f && range.lockTime >= 0.0f && range.lockTime < 65536.0f);
-    const bool locked = range.trackingStatus == 4 || range.trackingStatus == 11;
-    require(std::isfinite(range.accumulatedDoppler) == locked);
-    const double wavelength = range.trackingStatus == 4 ? 0.1902936727984 : 0.2442102134246;
-    require(!locked || std::abs(range.accumulatedDoppler + range.pseudorange / wavelength) <= 4'194'304.01);
-}
-
-void checkRanges(const State& state, ByteSpan frame) {
-    const RangeData& ranges = state.parser.Ranges();
-    require(ranges.count == std::min(loadLe<std::uint32_t>(&frame[28]), 24u));
-    for (std::size_t i = 0; i < ranges.count; ++i)
-        checkRange(ranges.slots[i], &frame[32 + 24 * i]);
-}
-
-void checkSatellites(const State& state, ByteSpan frame) {
-    const SatelliteMessage& message = state.parser.Satellites();
-    require(message.count == std::min<std::size_t>(frame[28], 24));
-    requireSame(&frame[28], message.raw, 6 + 12 * message.count);
-    for (std::size_t i = 0; i < 24; ++i) {
-        const bool sent = i < message.count;
-        require(message.table[i].byte0 == (sent ? frame[34 + 12 * i] : 0));
-        require(message.table[i].byte9 == static_cast<float>(sent ? frame[43 + 12 * i] : 0));
-    }
-}
-
-void checkEphemeris(const State& state, ByteSpan frame) {
-    checkHeader(state, frame);
-    const CEphemeris& e = state.parser.Ephemeris();
-    for (const double angle : {e.m0, e.omega0, e.omega, e.i0})
-        require(std::abs(angle) < 3.1416);
-    require(e.prn == loadLe<std::uint32_t>(&frame[28]) && e.e >= 0.0 && e.e < 0.5);
-    require(e.health < 64 && e.iodc < 1024 && e.uraIndex < 16);
-}
-
-void checkEpoch(const State& state, ByteSpan frame) {
-    const tag_PellEpoch& e = state.epoch;
-    require(e.satelliteCount <= 28 && e.satelliteCount <= frame[28]);
-    for (std::size_t i = 0; i < e.satelliteCount; ++i) {
-        require(e.prn[i] > 0 && e.prn[i] < 63 && e.l1Present[i] != 0);
-        require(std::isfinite(e.l1Phase[i]) && std::isfinite(e.l2Phase[i]));
-        require(e.l2Present[i] != 0 || e.l2Pseudorange[i] == 0.0);
-    }
-}
-
-void check915(const State& state, ByteSpan frame) {
-    const ServerMessage915& message = state.parser.Message915();
-    requireSame(&frame[28], message.body, 24);
-    if (frame[48] == 12) requireSame(&frame[52], message.tail12, 12);
-    if (frame[48] == 16) requireSame(&frame[52], message.tail16, 16);
-}
-
-// The bytes that 912 takes, PRN bytes without a satellite counting as one; more than the frame has when it
-// ends early.
+// PRN bytes without a satellite count as one.
 std::size_t epochNeeds(ByteSpan frame) {
-    if (frame[28] > 28) return 29;
+    if (frame.size() < 29 || frame[28] > 28) return 29;
     std::size_t at = 44;
     for (int turn = 0; turn < frame[28]; ++turn) {
         if (at >= frame.size()) return at + 1;
@@ -112,54 +60,72 @@ std::size_t epochNeeds(ByteSpan frame) {
     return at;
 }
 
+std::size_t needs915(ByteSpan frame) {
+    return frame.size() >= 52 && (frame[48] == 12 || frame[48] == 16) ? std::size_t{52} + frame[48] : 52;
+}
+
 template <std::size_t Size>
 std::size_t fixed(ByteSpan) {
     return Size;
 }
 
 struct Operation {
-    std::size_t head;                // bytes that tell how many the frame needs
-    std::size_t (*needs)(ByteSpan);  // asked only when head bytes are there
-    void (*run)(State&, ByteSpan);
-    void (*point)(State&, const unsigned char*);
-    void (*check)(const State&, ByteSpan);
+    std::size_t (*needs)(ByteSpan);
+    void (*onSpan)(State&, ByteSpan);
+    void (*onPointer)(State&, const unsigned char*);
 
     template <typename Run>
-    constexpr Operation(std::size_t bytes, std::size_t (*of)(ByteSpan), Run form,
-                        void (*law)(const State&, ByteSpan))
-        : head(bytes), needs(of), run(form), point(form), check(law) {}
+    Operation(std::size_t (*size)(ByteSpan), Run run) : needs(size), onSpan(run), onPointer(run) {}
 };
 
-// clang-format off
 const Operation kOperations[] = {
-    {28, [](ByteSpan f) -> std::size_t { return f[6] < 128 ? 100 : 28; },
-     [](State& s, auto f) { s.parser.vProcessBestposB(f); }, checkBestpos},
-    {0, fixed<56>, [](State& s, auto f) { s.parser.vProcessPsrDOPB(f); }, checkHeader},
-    {32, [](ByteSpan f) { return 32 + 24 * std::size_t{std::min(loadLe<std::uint32_t>(&f[28]), 24u)}; },
-     [](State& s, auto f) { s.parser.vProcessRangeCMPB(f); }, checkRanges},
-    {29, [](ByteSpan f) { return 34 + 12 * std::min<std::size_t>(f[28], 24); },
-     [](State& s, auto f) { s.parser.vProcessSatMsgB(f); }, checkSatellites},
-    {0, fixed<140>, [](State& s, auto f) { s.parser.vProcessVerDataB(f); }, checkHeader},
-    {0, fixed<130>, [](State& s, auto f) { s.parser.vProcessRawEphemB(f); }, checkEphemeris},
-    {29, epochNeeds, [](State& s, auto f) { s.parser.vProcessMessage912(f, s.epoch); }, checkEpoch},
-    {0, fixed<28>, [](State& s, auto f) { s.parser.vProcessMessage913(f, s.pell); },
-     [](const State& s, ByteSpan f) { require(s.pell.station == loadLe<std::uint32_t>(f.data())); }},
-    {52, [](ByteSpan f) -> std::size_t { return f[48] == 12 || f[48] == 16 ? 52 + f[48] : 52; },
-     [](State& s, auto f) { s.parser.vProcessMessage915(f); }, check915},
-    {0, fixed<69>, [](State& s, auto f) { s.parser.vProcessRefStationB(f, s.station); },
-     [](const State& s, ByteSpan f) { requireSame(f.data(), s.station.bytes, 69); }},
-    {0, fixed<112>, [](State& s, auto f) { s.parser.vProcessPasscom2B(f, s.passed); },
-     [](const State& s, ByteSpan f) { requireSame(f.data(), s.passed.bytes, 112); }},
+    {bestposNeeds, [](State& s, auto f) { s.parser.vProcessBestposB(f); }},
+    {fixed<56>, [](State& s, auto f) { s.parser.vProcessPsrDOPB(f); }},
+    {rangesNeed, [](State& s, auto f) { s.parser.vProcessRangeCMPB(f); }},
+    {satellitesNeed, [](State& s, auto f) { s.parser.vProcessSatMsgB(f); }},
+    {fixed<140>, [](State& s, auto f) { s.parser.vProcessVerDataB(f); }},
+    {fixed<130>, [](State& s, auto f) { s.parser.vProcessRawEphemB(f); }},
+    {epochNeeds, [](State& s, auto f) { s.parser.vProcessMessage912(f, s.epoch); }},
+    {fixed<28>, [](State& s, auto f) { s.parser.vProcessMessage913(f, s.pell); }},
+    {needs915, [](State& s, auto f) { s.parser.vProcessMessage915(f); }},
+    {fixed<69>, [](State& s, auto f) { s.parser.vProcessRefStationB(f, s.station); }},
+    {fixed<112>, [](State& s, auto f) { s.parser.vProcessPasscom2B(f, s.passed); }},
+    {fixed<24>, [](State& s, auto f) { s.parser.ProcessRangeCMPData(3, f); }},
 };
-
-// clang-format on
 
 // A state in which nothing is zero any more.
-void soil(State& state) {
-    std::string bytes(1024, '\x31');
+State soiled() {
+    State state;
+    std::vector<unsigned char> bytes(1024, 0x31);
+    bytes[28] = 24;
     bytes[48] = 16;
     for (const Operation& operation : kOperations)
-        operation.run(state, {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()});
+        operation.onSpan(state, bytes);
+    return state;
+}
+
+void requireNoChange(const Operation& operation, ByteSpan frame) {
+    State state = soiled();
+    std::array<unsigned char, sizeof(State)> before;
+    std::memcpy(before.data(), &state, sizeof(State));
+    operation.onSpan(state, frame);
+    require(std::memcmp(before.data(), &state, sizeof(State)) == 0);
+}
+
+// The fields of the record, worked out from the observation.
+void requireRange(const RangeObservation& range, const unsigned char* record) {
+    if ((record[17] & 63) == 63) return;
+    require(range.prn == (record[17] & 63) && range.trackingStatus == (record[0] & 31u));
+    require(range.pseudorange * 128.0 == static_cast<double>(loadLe<std::uint64_t>(record + 4) >> 28));
+    require(range.lockTime * 32.0f == static_cast<float>(loadLe<std::uint32_t>(record + 18) & 0x1F'FFFFu));
+    require(range.cn0 - 20.0f == static_cast<float>(loadLe<std::uint16_t>(record + 20) >> 5 & 31));
+    const double wavelength = range.trackingStatus == 4 ? kWavelengthL1 : kWavelengthL2;
+    const bool locked = range.trackingStatus == 4 || range.trackingStatus == 11;
+    require(std::isfinite(range.accumulatedDoppler) == locked);
+    if (!locked) return;
+    require(std::abs(range.accumulatedDoppler + range.pseudorange / wavelength) <= 4'194'304.01);
+    const double sent = loadLe<std::uint32_t>(record + 12) / 256.0;
+    require(std::fmod(range.accumulatedDoppler - sent, 8'388'608.0) == 0.0);
 }
 
 }  // namespace
@@ -168,21 +134,23 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size == 0) return 0;
     const Operation& operation = kOperations[data[0] % std::size(kOperations)];
     const ByteSpan frame(data + 1, size - 1);
-
-    const auto state = std::make_unique<State>();
-    soil(*state);
-    const auto before = std::make_unique<State>();
-    std::memcpy(static_cast<void*>(before.get()), state.get(), sizeof(State));
-    operation.run(*state, frame);
-    if (frame.size() < operation.head || frame.size() < operation.needs(frame)) {
-        require(std::memcmp(before.get(), state.get(), sizeof(State)) == 0);
-    } else {
-        operation.check(*state, frame);
-        // The pointer form of 912 may read the bytes of satellites that the frame need not have.
-        if (operation.check == checkEpoch) return 0;
-        operation.point(*before, frame.data());
-        operation.check(*before, frame);
+    const std::size_t needed = operation.needs(frame);
+    if (frame.size() < needed) {
+        requireNoChange(operation, frame);
+        return 0;
     }
-    fuzz::requireGga(state->parser.strGetGPGGA());
+    // In memory of their own, so that reading beyond does not go unseen.
+    requireNoChange(operation, std::vector<unsigned char>(data + 1, data + needed));
+    const std::vector<unsigned char> enough(data + 1, data + 1 + needed);
+    State bySpan = soiled(), byPointer = bySpan;
+    operation.onSpan(bySpan, enough);
+    operation.onPointer(byPointer, enough.data());
+    require(digest(bySpan) == digest(byPointer));
+    operation.onPointer(byPointer, nullptr);
+    require(digest(bySpan) == digest(byPointer));
+    if (operation.needs == rangesNeed)
+        for (std::size_t i = 0; i < bySpan.parser.Ranges().count; ++i)
+            requireRange(bySpan.parser.Ranges().slots[i], &enough[32 + 24 * i]);
+    fuzz::requireGga(bySpan.parser.strGetGPGGA());
     return 0;
 }

@@ -34,21 +34,13 @@ const std::vector<Sample>& samples() {
 
 // Leads with a header that promises a long frame, and what makes them wait or be refused.
 const std::vector<std::string>& falseHeads() {
+    // clang-format off
     static const std::vector<std::string> heads{
-        "",
-        hex("aa44121c2a000020e01f"),
-        hex("0114ebfc"),
-        hex("020040fc"),
-        "$$RK\x07\xFF",
-        "$BIN" + hex("0100e01f"),
-        "$GPGGA,1",
-        "#BESTPOSA,",
-        "$>JSHOW",
-        "Invalid",
-        "Com",
-        "[COM",
+        "", hex("aa44121c2a000020e01f"), hex("0114ebfc"), hex("020040fc"), "$$RK\x07\xFF",
+        "$BIN" + hex("0100e01f"), "$GPGGA,1", "#BESTPOSA,", "$>JSHOW", "Invalid", "Com", "[COM",
         std::string(30, '\0'),
     };
+    // clang-format on
     return heads;
 }
 
@@ -87,26 +79,18 @@ TEST(DecoderLaws, TheLeadsThatSwallowAreKnown) {
     EXPECT_FALSE(isFoundBehind(summedTo255(hex("f51108000300"))));
 }
 
-// Frames, damaged frames and garbage in random order.
+// Frames, damaged frames, heads of frames and garbage in random order.
 std::string randomStream(std::mt19937& random) {
-    std::string stream;
     const auto pick = [&random](std::size_t count) { return random() % count; };
+    const auto byte = [&] { return chr(static_cast<unsigned>(pick(256))); };
+    std::string stream;
     while (stream.size() < 6000) {
-        switch (pick(6)) {
-        case 0:
-        case 1:
-        case 2: stream += samples()[pick(samples().size())].frame; break;
-        case 3: {
-            std::string frame = samples()[pick(samples().size())].frame;
-            frame[pick(frame.size())] = chr(static_cast<unsigned>(pick(256)));
-            stream += frame;
-            break;
-        }
-        case 4: stream += falseHeads()[pick(falseHeads().size())]; break;
-        default:
-            for (std::size_t i = pick(40); i > 0; --i)
-                stream += chr(static_cast<unsigned>(pick(256)));
-        }
+        std::string piece = samples()[pick(samples().size())].frame;
+        const std::size_t kind = pick(6);
+        if (kind == 0) piece[pick(piece.size())] = byte();
+        if (kind == 1) piece = falseHeads()[pick(falseHeads().size())];
+        if (kind == 2) std::ranges::generate(piece, byte);
+        stream += piece;
     }
     return stream;
 }

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <numeric>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -17,31 +18,21 @@ inline char chr(unsigned value) { return static_cast<char>(static_cast<unsigned 
 inline unsigned byteOf(char c) { return static_cast<unsigned char>(c); }
 
 // "aa 44 12" or "aa4412".
-inline std::string hex(std::string_view digits) {
+inline std::string hex(std::string_view text) {
+    std::string digits(text);
+    std::erase(digits, ' ');
     std::string bytes;
-    std::string pair;
-    for (const char c : digits) {
-        if (c == ' ' || c == '\n') continue;
-        pair += c;
-        if (pair.size() < 2) continue;
-        bytes += chr(static_cast<unsigned>(std::stoul(pair, nullptr, 16)));
-        pair.clear();
-    }
+    for (std::size_t at = 0; at < digits.size(); at += 2)
+        bytes += chr(static_cast<unsigned>(std::stoul(digits.substr(at, 2), nullptr, 16)));
     return bytes;
 }
 
 inline unsigned xorSum(std::string_view bytes) {
-    unsigned sum = 0;
-    for (const char c : bytes)
-        sum ^= byteOf(c);
-    return sum;
+    return std::accumulate(bytes.begin(), bytes.end(), 0u, [](unsigned s, char c) { return s ^ byteOf(c); });
 }
 
 inline unsigned byteSum(std::string_view bytes) {
-    unsigned sum = 0;
-    for (const char c : bytes)
-        sum += byteOf(c);
-    return sum;
+    return std::accumulate(bytes.begin(), bytes.end(), 0u, [](unsigned s, char c) { return s + byteOf(c); });
 }
 
 inline std::uint32_t slowCrc(std::string_view bytes) {

@@ -50,6 +50,18 @@ std::string row(const Ts&... values) {
     return text;
 }
 
+// Expects that a fresh parser ignores a record of one byte fewer than shortest and takes one of that many.
+template <typename Parser>
+void expectShortest(void (Parser::*process)(ByteSpan), std::size_t shortest,
+                    std::string (*shown)(const Parser&)) {
+    const std::string record(shortest, '\x05');
+    Parser parser;
+    (parser.*process)(spanOf(record).first(shortest - 1));
+    EXPECT_EQ(shown(parser), shown(Parser())) << shortest;
+    (parser.*process)(spanOf(record));
+    EXPECT_NE(shown(parser), shown(Parser())) << shortest;
+}
+
 inline std::string gpgga(const std::wstring& sentence) { return {sentence.begin(), sentence.end()}; }
 
 }  // namespace vkcomm::test

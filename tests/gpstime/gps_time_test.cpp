@@ -20,25 +20,30 @@ using Calendar = std::tuple<long, long, long, long, long, double>;  // year to s
 using Gps = std::pair<long, double>;                                // week and seconds of it
 using Mjd = std::pair<long, double>;                                // day and fraction of it
 
-Calendar calendarOf(const Gps& gps) {
+// What a conversion to two numbers gives.
+template <typename Convert, typename... Arguments>
+std::pair<long, double> pairBy(Convert* convert, Arguments... arguments) {
+    std::pair<long, double> result{-1, -1};
+    convert(arguments..., &result.first, &result.second);
+    return result;
+}
+
+template <typename Convert>
+Calendar calendarBy(Convert* convert, const std::pair<long, double>& time) {
     long year = -1, month = -1, day = -1, hour = -1, minute = -1;
     double second = -1;
-    gps_to_ymdhms(gps.first, gps.second, &year, &month, &day, &hour, &minute, &second);
+    convert(time.first, time.second, &year, &month, &day, &hour, &minute, &second);
     return {year, month, day, hour, minute, second};
 }
 
+Calendar calendarOf(const Gps& gps) { return calendarBy(gps_to_ymdhms, gps); }
+
 Gps gpsOf(const Calendar& calendar) {
-    const auto& [year, month, day, hour, minute, second] = calendar;
-    Gps gps{-1, -1};
-    ymdhms_to_gps(year, month, day, hour, minute, second, &gps.first, &gps.second);
-    return gps;
+    return std::apply([](auto... parts) { return pairBy(ymdhms_to_gps, parts...); }, calendar);
 }
 
 Mjd mjdOf(const Calendar& calendar) {
-    const auto& [year, month, day, hour, minute, second] = calendar;
-    Mjd mjd{-1, -1};
-    ymdhms_to_mjd(year, month, day, hour, minute, second, &mjd.first, &mjd.second);
-    return mjd;
+    return std::apply([](auto... parts) { return pairBy(ymdhms_to_mjd, parts...); }, calendar);
 }
 
 bool isTimeOfDay(long hour, long minute, double second) {
@@ -77,27 +82,15 @@ TEST(GpsTime, EverySecondOfAWeekComesBackWhole) {
         const Calendar expected = calendarOf(utc(2000 * 604800L + second));
         ASSERT_EQ(calendarOf(gps), expected);
         ASSERT_EQ(gpsOf(expected), gps);
-        Mjd mjd = mjdOf(expected);
-        Gps back;
-        mjd_to_gps(mjd.first, mjd.second, &back.first, &back.second);
-        ASSERT_EQ(back, gps);
-        gps_to_mjd(gps.first, gps.second, &mjd.first, &mjd.second);
-        long year = 0, month = 0, day = 0, hour = 0, minute = 0;
-        double rest = 0;
-        mjd_to_ymdhms(mjd.first, mjd.second, &year, &month, &day, &hour, &minute, &rest);
-        ASSERT_EQ(Calendar(year, month, day, hour, minute, rest), expected);
+        const Mjd mjd = mjdOf(expected);
+        ASSERT_EQ(pairBy(mjd_to_gps, mjd.first, mjd.second), gps);
+        ASSERT_EQ(calendarBy(mjd_to_ymdhms, pairBy(gps_to_mjd, gps.first, gps.second)), expected);
     }
 }
 
 TEST(GpsTime, KnownDatesAndBorders) {
-    struct Case {
-        const char* name;
-        Gps gps;
-        Calendar calendar;
-    };
-
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<const char*, Gps, Calendar> cases[] = {
         {"before the epoch", {-1, 604799}, {1980, 1, 5, 23, 59, 59}},
         {"1900 counts as a leap year", {-4123, 86430}, {1900, 12, 31, 0, 0, 30}},
         {"fraction stays", {0, 30.25}, {1980, 1, 6, 0, 0, 30.25}},
@@ -112,14 +105,14 @@ TEST(GpsTime, KnownDatesAndBorders) {
         {"infinite time of day", {1562, -kInf}, {2009, 12, 13, 0, 0, 0}},
     };
     // clang-format on
-    for (const Case& c : cases) {
-        EXPECT_EQ(calendarOf(c.gps), c.calendar) << c.name;
-        EXPECT_FALSE(std::signbit(std::get<5>(calendarOf(c.gps)))) << c.name;
-        EXPECT_EQ(calendarOf(gpsOf(c.calendar)), c.calendar) << c.name;
+    for (const auto& [name, gps, calendar] : cases) {
+        EXPECT_EQ(calendarOf(gps), calendar) << name;
+        EXPECT_FALSE(std::signbit(std::get<5>(calendarOf(gps)))) << name;
+        EXPECT_EQ(calendarOf(gpsOf(calendar)), calendar) << name;
         long year = 0, yday = 0, hour = 0, minute = 0;
         double second = 0;
-        gps_to_ydhms(c.gps.first, c.gps.second, &year, &yday, &hour, &minute, &second);
-        EXPECT_EQ(calendarOf(gpsOf({year, 1, yday, hour, minute, second})), c.calendar) << c.name;
+        gps_to_ydhms(gps.first, gps.second, &year, &yday, &hour, &minute, &second);
+        EXPECT_EQ(calendarOf(gpsOf({year, 1, yday, hour, minute, second})), calendar) << name;
     }
     EXPECT_EQ(gpsOf({2004, 12, 31, 23, 59, 59.9999996}), Gps(1303, 518400));
     EXPECT_EQ(gpsOf({1980, 1, 12, 23, 59, 60}), Gps(1, 0)) << "the week's last leap second";
@@ -134,8 +127,7 @@ TEST(GpsTime, EveryFractionOfADayGivesATime) {
         long year = 0, yday = 0, hour = -1, minute = -1;
         double second = -1;
         mjd_to_ydhms(51603, frac, &year, &yday, &hour, &minute, &second);
-        ASSERT_EQ(yday, i == 200'000 ? 61 : 60);
-        ASSERT_TRUE(isTimeOfDay(hour, minute, second)) << frac;
+        ASSERT_TRUE(yday == (i == 200'000 ? 61 : 60) && isTimeOfDay(hour, minute, second)) << frac;
         const auto minutes = static_cast<double>((yday - 60) * 1440 + hour * 60 + minute);
         ASSERT_NEAR(minutes * 60 + second, frac * 86400, 1.1e-6);
     }
@@ -161,10 +153,8 @@ TEST(GpsTime, HostileValuesGiveNormalTimes) {
     for (const long a : longs)
         for (const long b : longs)
             for (const double d : {-kInf, -1e308, -1e20, -1.0, 1e15 + 0.3, 1e300, kInf, kNan}) {
-                Gps gps = gpsOf({a, 3, b, a, b, d});
-                EXPECT_TRUE(gps.second >= 0 && gps.second < 604800) << a << ' ' << b << ' ' << d;
-                mjd_to_gps(a, d, &gps.first, &gps.second);
-                EXPECT_TRUE(gps.second >= 0 && gps.second < 604800);
+                for (const Gps& gps : {gpsOf({a, 3, b, a, b, d}), pairBy(mjd_to_gps, a, d)})
+                    EXPECT_TRUE(gps.second >= 0 && gps.second < 604800) << a << ' ' << b << ' ' << d;
                 const auto [year, month, day, hour, minute, second] = calendarOf(Gps(a, d));
                 EXPECT_TRUE(month >= 1 && month <= 12 && day >= 1 && day <= 31) << a << ' ' << d;
                 EXPECT_TRUE(isTimeOfDay(hour, minute, second)) << a << ' ' << d;

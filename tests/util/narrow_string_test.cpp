@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include "vkcomm/util/search_string.h"
@@ -25,14 +26,8 @@ TEST(NarrowString, TextsThatOperationsMake) {
     const char* const null = nullptr;
     constexpr unsigned int kMost = CNString::m_NSMAX;
 
-    struct Case {
-        const char* name;
-        CNString made;
-        std::string_view text;
-    };
-
     // clang-format off
-    const Case cases[] = {
+    const std::tuple<const char*, CNString, std::string_view> cases[] = {
         {"zero character", CNString('\0'), "\0"sv},
         {"count beyond all memory", CNString(0xFFFFFFF0, 'x'), ""},
         {"null text with length", CNString(null, 5), ""},
@@ -55,9 +50,9 @@ TEST(NarrowString, TextsThatOperationsMake) {
         {"printed by no format", CNString("abc").Printf(nullptr), ""},
     };
     // clang-format on
-    for (const Case& c : cases) {
-        EXPECT_EQ(c.made.view(), c.text) << c.name;
-        EXPECT_EQ(c.made.Str()[c.made.Size()], 0) << c.name;
+    for (const auto& [name, made, text] : cases) {
+        EXPECT_EQ(made.view(), text) << name;
+        EXPECT_EQ(made.Str()[made.Size()], 0) << name;
     }
     CNString string("COM1");  // an argument may be the string itself
     string.Printf("LOG %s %s ONTIME %.1f%n", string.Str(), "GPGGA", 0.5, nullptr);
@@ -67,18 +62,15 @@ TEST(NarrowString, TextsThatOperationsMake) {
 TEST(NarrowString, CapacityFollowsTheRule) {
     constexpr unsigned int kNone = CNString::m_NSMAX;
 
-    struct Case {
-        unsigned int length, request, capacity, kept;
-    };
-
     // clang-format off
-    const Case cases[] = {
+    const struct { unsigned int length, request, capacity, kept; } cases[] = {
         {0, kNone, 0, 0}, {0, 10, 31, 0}, {31, kNone, 31, 31}, {32, kNone, 159, 32}, {159, kNone, 159, 159},
         {160, kNone, 287, 160}, {200, 170, 287, 200}, {200, 0xFFFFFFFE, 287, 200}, {200, 300, 415, 200},
         {200, 40, 159, 159}, {200, 0, 31, 31},
     };
+
     // clang-format on
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         Opened string(c.length, 'x');
         EXPECT_STREQ(string.SetBuffer(c.request).Str(), std::string(c.kept, 'x').c_str()) << c.request;
         EXPECT_EQ(string.capacity(), c.capacity) << c.length << " " << c.request;
@@ -166,14 +158,12 @@ std::string numberedTokens(const CNString& text, const char* delimiters) {
 }
 
 TEST(SearchString, SearchAndToken) {
-    struct Case {
+    // clang-format off
+    const struct {
         const char *name, *text, *delimiters;
         int from;
         const char *skipping, *keeping, *quoted;
-    };
-
-    // clang-format off
-    const Case cases[] = {
+    } cases[] = {
         {"empty", "", ",", 0, "", "[]", ""}, {"only delimiters", ",,;", ",;", 0, "", "[][][][]", ""},
         {"runs", ",a,,b,", ",", 0, "[a][b]", "[][a][][b][]", "[a][b]"},
         {"from a position", "ab,cd", ",", 1, "[b][cd]", "[b][cd]", "[b][cd]"},
@@ -184,8 +174,9 @@ TEST(SearchString, SearchAndToken) {
         {"open quote", "a \"b c", " ", 0, "[a][\"b][c]", "[a][\"b][c]", "[a][b c]"},
         {"empty quotes", "\"\" a", " ", 0, "[\"\"][a]", "[\"\"][a]", "[][a]"},
     };
+
     // clang-format on
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         EXPECT_EQ(tokens(c.text, c.delimiters, c.from, CNCString::SKIP_EMPTY, false), c.skipping) << c.name;
         EXPECT_EQ(tokens(c.text, c.delimiters, c.from, CNCString::KEEP_EMPTY, false), c.keeping) << c.name;
         EXPECT_EQ(tokens(c.text, c.delimiters, c.from, CNCString::SKIP_EMPTY, true), c.quoted) << c.name;

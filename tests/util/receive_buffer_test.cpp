@@ -76,6 +76,8 @@ TEST(ReceiveBuffer, RefusesSenselessLengths) {
     EXPECT_EQ(buffer.Get(nullptr, -1, 1), BUFFER_GET_SHORT);
     EXPECT_EQ(buffer.iAmount(), 20);
 
+    ASSERT_NE(buffer.SetRequestBufSpace(CnBuffer::kCapacity - 20), nullptr);
+    EXPECT_EQ(buffer.iAmount(), CnBuffer::kCapacity) << "it just fits";
     unsigned char* space = buffer.SetRequestBufSpace(CnBuffer::kCapacity);
     ASSERT_NE(space, nullptr);
     std::fill_n(space, CnBuffer::kCapacity, static_cast<unsigned char>(9));

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 
 #include "vkcomm/formats/gga_writer.h"
 #include "vkcomm/gpstime/gps_time.h"

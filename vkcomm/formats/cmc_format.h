@@ -49,7 +49,8 @@ struct CmcStatus {
 
 class VKCOMM_API CCMCFormat {
 public:
-    // 74 bytes readable. A month outside 1 to 12 leaves week and seconds as they were.
+    // 74 bytes readable. A month outside 1 to 12 leaves week and seconds as they were; a date before 1980 has
+    // week 0.
     void vProcress20Dat(const unsigned char* frame);
     // 7 bytes readable.
     void vProcess30Dat(const unsigned char* frame);

@@ -12,11 +12,15 @@ namespace vkcomm {
 
 namespace {
 
-constexpr std::size_t kNavigationBytes = 58;
-constexpr std::size_t kSolutionBytes = 22;
 constexpr std::size_t kChannelsAt = 20;
 constexpr std::size_t kChannelBytes = 24;
-constexpr std::size_t kChannelsBytes = kChannelsAt + CsiSatelliteTable::kCapacity * kChannelBytes;
+
+// The shortest record of each message: the last byte that is read, the sum and the line end.
+constexpr std::size_t kTailBytes = 4;
+constexpr std::size_t kNavigationBytes = 58 + kTailBytes;
+constexpr std::size_t kSolutionBytes = 22 + kTailBytes;
+constexpr std::size_t kChannelsBytes =
+    kChannelsAt + CsiSatelliteTable::kCapacity * kChannelBytes + kTailBytes;
 
 constexpr unsigned char kPhaseLock = 0x40;
 // Code lock to frame sync with a new epoch, and phase lock: all a channel can have.
@@ -37,6 +41,12 @@ template <typename T>
 T clampedTo(long value) {
     using Limits = std::numeric_limits<T>;
     return static_cast<T>(std::clamp<long>(value, Limits::min(), Limits::max()));
+}
+
+template <typename T>
+T finite(std::string_view value) {
+    constexpr double kMost = std::numeric_limits<T>::max();
+    return static_cast<T>(std::clamp(parseDouble(value), -kMost, kMost));
 }
 
 CsiNavigation decodeNavigation(ByteSpan record) {
@@ -217,10 +227,7 @@ void CCSIFormat::Process_JShow_Alt(std::string_view value) {
     m_settings.altitudeUse = codeOfWordIn(value, kAltitudes, 4);
 }
 
-void CCSIFormat::Process_JShow_Limit(std::string_view value) {
-    constexpr double kMost = std::numeric_limits<float>::max();
-    m_settings.limit = static_cast<float>(std::clamp(parseDouble(value), -kMost, kMost));
-}
+void CCSIFormat::Process_JShow_Limit(std::string_view value) { m_settings.limit = finite<float>(value); }
 
 void CCSIFormat::Process_JShow_Mask(std::string_view value) {
     m_settings.maskAngle = clampedTo<std::int16_t>(parseInteger(value));
@@ -234,7 +241,7 @@ void CCSIFormat::Process_JShow_Smooth(std::string_view value) {
     m_settings.smoothing = codeOfWordIn(value, kSmoothings, m_settings.smoothing);
 }
 
-void CCSIFormat::Process_JShow_Freq(std::string_view value) { m_settings.frequency = parseDouble(value); }
+void CCSIFormat::Process_JShow_Freq(std::string_view value) { m_settings.frequency = finite<double>(value); }
 
 void CCSIFormat::Process_JShow_Age(std::string_view value) {
     m_settings.maximumAge = clampedTo<std::int16_t>(parseInteger(value));

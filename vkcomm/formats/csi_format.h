@@ -58,13 +58,15 @@ struct CsiSatelliteTable {
 
     std::array<CsiSatellite, kCapacity> rows{};
     std::uint32_t count = 0;  // rows in use, from the first
-    std::uint32_t valid = 0;  // rows in use that are in the solution and have a signal level above 0
+    // Rows in use that are in the solution and have a signal level above 0, as counted last: by message 96 or
+    // UpdateValidSatNum.
+    std::uint32_t valid = 0;
 };
 
 // The JSHOW reply. Codes for words that are not in the lists differ from setting to setting (deliberate:
-// hosts compare with them).
+// hosts compare with them). Numbers out of range are clamped.
 struct CsiSettings {
-    std::int32_t baud = 0;        // of the port that replied, bit/s
+    std::int32_t baud = 0;        // bit/s, of the port that replied; 38400 and up need more than 16 bits
     int differentialSource = 0;   // 0 NONE, 1 WAAS, 2 BEACON, 3 THIS PORT, 4 anything else
     int altitudeUse = 0;          // 0 NEVER, 1 SOMETIMES, 2 ALWAYS, 4 anything else
     float limit = 0.0F;           // metres: residuals above it light the warning lamp
@@ -78,11 +80,11 @@ struct CsiSettings {
 
 class VKCOMM_API CCSIFormat {
 public:
-    // 58 bytes readable. Seconds that are no number or out of range are clamped to 0 to 4294967295.
+    // 62 bytes readable. Seconds that are no number or out of range are clamped to 0 to 4294967295.
     void ProcessSBinaryMsg1(const unsigned char* record);
-    // 22 bytes readable.
+    // 26 bytes readable.
     void ProcessSBinaryMsg2(const unsigned char* record);
-    // Both 308 bytes readable: 12 channels of 24 bytes from byte 20.
+    // Both 312 bytes readable: 12 channels of 24 bytes from byte 20, four bytes behind them.
     // Message 96 sets the levels of satellites that are in the table and counts the valid ones.
     void ProcessSBinaryMsg96(const unsigned char* record);
     // Message 99 rebuilds the table; a row keeps its level only while its PRN stays. Send message 2 first:

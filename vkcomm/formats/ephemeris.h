@@ -1,5 +1,4 @@
-// The broadcast orbit and clock of one GPS satellite, as subframes 1 to 3 of its navigation message give
-// them.
+// The broadcast orbit and clock of one GPS satellite, from subframes 1 to 3 of its navigation message.
 //
 // Quantities that are broadcast in semicircles are in radians here; times are seconds of the GPS week. A
 // record is plain data: no lock, no ownership, nothing fails.

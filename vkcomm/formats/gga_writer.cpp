@@ -16,7 +16,7 @@ constexpr std::size_t kUsualLength = 96;
 // Angles are counted in ten-millionths of a minute, times in hundredths of a second: whole numbers carry by
 // themselves.
 constexpr std::int64_t kUnitsPerMinute = 10'000'000;
-constexpr double kUnitsPerRadian = 3437.7467707849396 * static_cast<double>(kUnitsPerMinute);
+constexpr double kUnitsPerRadian = 34377467707.849393;  // 10800 / pi minutes
 constexpr double kMostUnits = 1e18;
 constexpr int kMinuteDecimals = 7;
 

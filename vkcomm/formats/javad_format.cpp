@@ -179,12 +179,12 @@ void CJavadFormat::vProcessSG(ByteSpan body) {
     m_rms.horizontalVelocity = reader.le<float>();
     m_rms.verticalVelocity = reader.le<float>();
     m_rms.solutionType = reader.le<std::uint8_t>();
-    m_rms.checksum = reader.le<std::uint8_t>();
+    m_rms.checksum = body.back();
 }
 
 void CJavadFormat::vProcessPS(ByteSpan body) {
     if (body.size() < kStatisticsBytes) return;
-    m_statistics = {body[0], body[1], body[2], body[3], body[4], body[5], body[6], body[7], body[8]};
+    m_statistics = {body[0], body[1], body[2], body[3], body[4], body[5], body[6], body[7], body.back()};
 }
 
 void CJavadFormat::vProcessPO(ByteSpan body) {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <limits>
 
+#include "vkcomm/formats/reply_text.h"
 #include "vkcomm/formats/sentence_fields.h"
 #include "vkcomm/gpstime/gps_time.h"
 
@@ -16,19 +16,9 @@ namespace {
 constexpr double kRadiansPerDegree = 0.017453292519943295;
 // Deliberate: the exact, truncated factor that hosts compare with.
 constexpr double kMetresPerSecondPerKnot = 0.51444;
-constexpr std::size_t kLongestSentence = 8192;
 
 ByteSpan terminated(const unsigned char* sentence) {
-    if (!sentence) return {};
-    const void* end = std::memchr(sentence, 0, kLongestSentence);
-    const std::size_t length =
-        end ? static_cast<std::size_t>(static_cast<const unsigned char*>(end) - sentence) : kLongestSentence;
-    return {sentence, length};
-}
-
-std::string_view untilZero(ByteSpan sentence) {
-    const std::string_view text(reinterpret_cast<const char*>(sentence.data()), sentence.size());
-    return text.substr(0, text.find('\0'));
+    return {sentence, terminatedText(reinterpret_cast<const char*>(sentence)).size()};
 }
 
 // ddmm.mmmm or dddmm.mmmm with its hemisphere, in radians.
@@ -141,7 +131,7 @@ void CNmeaFormat::vYMDTMS2GPS() {
 }
 
 bool CNmeaFormat::keep(ByteSpan sentence) {
-    m_sentence.assign(untilZero(sentence.first(std::min(sentence.size(), kLongestSentence))));
+    m_sentence.assign(recordText(sentence.first(std::min(sentence.size(), kLongestReply))));
     return !m_sentence.empty();
 }
 

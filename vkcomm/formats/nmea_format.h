@@ -69,7 +69,7 @@ struct NmeaMotion {
 class VKCOMM_API CNmeaFormat {
 public:
     // 1 when the sentence was stored. GGA, RMC and GST whose time field has fewer than six characters clear
-    // what they would have stored and give 0; ZDA then gives 0 and changes nothing; GSA always gives 1.
+    // what they would have stored and give 0; ZDA then gives 0 and changes nothing; GSA gives 1 for any text.
     int bProcessGGA(const unsigned char* sentence);
     int bProcessGSA(const unsigned char* sentence);
     int bProcessGST(const unsigned char* sentence);

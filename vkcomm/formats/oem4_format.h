@@ -5,7 +5,7 @@
 // header's lengths.
 //
 // Each operation has two forms. The span form ignores a frame that is too short and then changes nothing. The
-// pointer form reads as many bytes as its comment says must be readable, and does nothing with a null pointer
+// pointer form reads no more than its comment says must be readable, and does nothing with a null pointer
 // except where said. Each log replaces its own values and leaves the others. No operation fails otherwise,
 // throws or allocates (strGetGPGGA allocates its sentence). Not locked: one thread at a time. Copying copies
 // everything.
@@ -28,8 +28,7 @@ namespace vkcomm {
 
 // What the last BESTPOS came to.
 struct Oem4Position {
-    BLH position;  // latitude and longitude in radians; height in metres, less the height error of the
-                   // process
+    BLH position;            // radians; the height in metres, less the height error of the process
     std::uint16_t week = 0;  // GPS
     double seconds = 0.0;    // of the week
     std::uint8_t type = 0;   // low byte of the position type
@@ -38,9 +37,8 @@ struct Oem4Position {
 };
 
 struct RangeData {
-    std::uint32_t count =
-        0;  // of the last RANGECMP, at most 24; a slot whose record was skipped keeps its older value
-    std::array<RangeObservation, kOem4Slots> slots{};
+    std::uint32_t count = 0;                           // of the last RANGECMP, at most 24
+    std::array<RangeObservation, kOem4Slots> slots{};  // one whose record was skipped keeps its older value
 };
 
 // Message 915. Its meaning is not known. Byte 20 of the body tells which tail followed; the other keeps its
@@ -55,9 +53,8 @@ class VKCOMM_API CNOEM4Format {
 public:
     // BESTPOS, 100 bytes (28 of a response, whose body is not read). In order:
     // - the body is replaced, by anything but a response;
-    // - a differential age above 0 and below 5 seconds multiplies the three standard deviations by 0.6
-    // (deliberate);
-    // - the height error of the process (dGetHerror) is subtracted from the height of the body;
+    // - an age of corrections above 0 and below 5 s multiplies its standard deviations by 0.6 (deliberate);
+    // - the height error of the process (dGetHerror) is subtracted from its height;
     // - Position() is derived from header and body.
     // The middle two run on the older body when a response comes, so that repeated responses keep lowering
     // the height (deliberate: hosts know it so). A null frame runs the last step alone.
@@ -92,7 +89,7 @@ public:
     void vProcessPasscom2B(const unsigned char* frame, PASSCOMB_LOG& record) const;
     void vProcessPasscom2B(ByteSpan frame, PASSCOMB_LOG& record) const;
 
-    // RAWEPHEM, 130 bytes.
+    // RAWEPHEM, 130 bytes: see CEphemeris::ConvertNovatelEphemeris.
     void vProcessRawEphemB(const unsigned char* frame);
     void vProcessRawEphemB(ByteSpan frame);
 
@@ -119,6 +116,7 @@ public:
     // The header of the last BESTPOS, PSRDOP, VERSION, RAWEPHEM or 915.
     const Oem4Header& Header() const { return m_logs.header; }
 
+    // As sent, but for the height and the standard deviations (see vProcessBestposB).
     const BestposBody& Bestpos() const { return m_logs.bestpos; }
 
     const PsrdopBody& Psrdop() const { return m_logs.psrdop; }

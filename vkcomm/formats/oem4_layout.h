@@ -44,7 +44,7 @@ struct BestposBody {
     std::uint32_t positionType = 0;    // 16 single, 17 code differential, 32 to 34 float, 48 to 50 fixed, …
     double latitude = 0.0;             // degrees, north positive
     double longitude = 0.0;            // degrees, east positive
-    double height = 0.0;               // metres, as the receiver sends it: above the sea for most firmware
+    double height = 0.0;               // metres, above the sea for most firmware
     float undulation = 0.0f;           // metres, geoid above ellipsoid
     std::uint32_t datum = 0;           // 61: WGS-84
     float latitudeSigma = 0.0f;        // metres

@@ -1,6 +1,7 @@
 // What OEM4 receivers tell about the satellites in view: the satellite message and the SATVIS log.
 //
-// All numbers are little-endian. Nothing is owned but plain data.
+// All numbers are little-endian (SATVIS: OEM4 Family User Manual, volume 2, log 48; of the satellite message
+// there is no public document). Plain data, no state: any thread may call.
 #pragma once
 
 #include <array>
@@ -15,8 +16,7 @@ namespace vkcomm {
 
 inline constexpr std::size_t kOem4Slots = 24;
 
-// One entry of the satellite message. What the values mean is not known; the number is the offset in the
-// record.
+// One entry of the satellite message. What the values mean is not known; numbers are offsets in the record.
 struct SatelliteEntry {
     std::uint8_t byte0 = 0;
     std::uint8_t byte3 = 0;
@@ -32,8 +32,8 @@ struct SatelliteMessage {
     static constexpr std::size_t kHeadSize = 6;
     static constexpr std::size_t kRecordSize = 12;
 
-    std::array<unsigned char, kHeadSize + kOem4Slots * kRecordSize>
-        raw{};              // as sent, the first 24 records at most
+    // As sent, the first 24 records at most.
+    std::array<unsigned char, kHeadSize + kOem4Slots * kRecordSize> raw{};
     std::size_t count = 0;  // entries of the table that are filled
     std::array<SatelliteEntry, kOem4Slots> table{};
 };

@@ -14,8 +14,8 @@ constexpr double kCyclesPerRoll = 8'388'608.0;
 // Metres; 0 where it is not known, so that cycles of it are not finite.
 double wavelengthOf(unsigned trackingState) {
     switch (trackingState) {
-    case 4: return 0.1902936727984;
-    case 11: return 0.2442102134246;
+    case 4: return kWavelengthL1;
+    case 11: return kWavelengthL2;
     default: return 0.0;
     }
 }

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
+#include "vkcomm/formats/range_compressed.h"
+
 namespace vkcomm {
 
 namespace {
 
-constexpr double kWavelengthL1 = 0.1902936727984;  // metres
-constexpr double kWavelengthL2 = 0.2442102134246;
 constexpr double kCodeUnits = 8.0;     // of a code measurement in one cycle of L1
 constexpr double kPhaseUnits = 256.0;  // of a phase correction in one cycle
 constexpr double kClockUnit = 1e-7;
@@ -17,9 +17,9 @@ constexpr unsigned kFirstUnknownPrn = 63;
 
 double codeMetres(int units) { return units / kCodeUnits * kWavelengthL1; }
 
-// Cycles, negated; 0 stands for a phase that was not measured.
-double negatedPhase(int correction, double range, double wavelength) {
-    return correction == 0 ? 0.0 : -(correction / kPhaseUnits + range / wavelength);
+// Cycles; a correction of 0 stands for a phase that was not measured.
+double phaseCycles(int correction, double range, double wavelength) {
+    return correction == 0 ? 0.0 : correction / kPhaseUnits + range / wavelength;
 }
 
 // Stores the satellite in slot i; false when it has no L1 and the slot stays free.
@@ -41,9 +41,9 @@ bool storeSatellite(ByteSpan satellite, tag_PellEpoch& epoch, std::size_t i) {
     const double range2 = codeMetres(loadLe<std::int16_t>(at + 15)) + range1;
     const bool hasL2 = epoch.l2Present[i] != 0;
     epoch.l1Pseudorange[i] = -range1;
-    epoch.l1Phase[i] = negatedPhase(loadLe<std::int16_t>(at + 9), range1, kWavelengthL1);
+    epoch.l1Phase[i] = -phaseCycles(loadLe<std::int16_t>(at + 9), range1, kWavelengthL1);
     epoch.l2Pseudorange[i] = hasL2 ? -range2 : 0.0;
-    epoch.l2Phase[i] = hasL2 ? negatedPhase(loadLe<std::int16_t>(at + 17), range1, kWavelengthL2) : 0.0;
+    epoch.l2Phase[i] = hasL2 ? -phaseCycles(loadLe<std::int16_t>(at + 17), range1, kWavelengthL2) : 0.0;
     return true;
 }
 

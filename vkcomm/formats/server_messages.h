@@ -1,7 +1,7 @@
 // Observations and station of a correction server, carried in messages 912 and 913 of OEM4 framing.
 //
-// The caller owns the records; decoding replaces what the message holds and leaves the rest. All
-// little-endian.
+// The caller owns the records; decoding replaces what the message holds and leaves the rest. All numbers are
+// little-endian; no public document describes them. No state: any thread may call.
 #pragma once
 
 #include <array>
@@ -22,7 +22,7 @@ struct tag_PellEpoch {
 
     std::array<unsigned char, 5> head{};
     std::uint32_t word = 0;
-    double clock = 0.0;  // in units of the message's 1e-7
+    double clock = 0.0;  // the number sent times 1e-7; its unit is not known
     double zero = 0.0;   // always 0
     std::uint32_t satelliteCount = 0;
     std::uint16_t week = 0;  // GPS
@@ -30,8 +30,8 @@ struct tag_PellEpoch {
     PerSatellite<std::uint8_t> l1Present{};
     PerSatellite<std::uint8_t> l2Present{};
     PerSatellite<std::uint8_t> prn{};
-    // Minus what was measured (deliberate: whoever uses them negates once more). Metres and cycles; 0 where
-    // absent.
+    // Minus what was measured (deliberate: whoever uses them negates once more). Metres and cycles; plus or
+    // minus 0 where absent.
     PerSatellite<double> l1Pseudorange{};
     PerSatellite<double> l2Pseudorange{};
     PerSatellite<double> l1Phase{};

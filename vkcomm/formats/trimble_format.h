@@ -1,10 +1,11 @@
 // The latest position, accuracies, satellites and status from the packets of Trimble receivers.
 //
-// All numbers are big-endian. Operations take the inside of a packet, behind the four bytes of its head; the
-// pointer forms say how many bytes must be readable, the span forms ignore a packet with fewer. A null
-// pointer stores nothing. Each record overwrites its own area, and what a report does not carry stays as it
-// was. Nothing allocates except a satellite list that is longer than any before, and strGetGPGGA. Not locked:
-// one thread at a time. Copying copies everything.
+// All numbers are big-endian (Trimble's data collector protocol: packets 40h GENOUT with its GSOF records,
+// 55h RETSVDATA, 09h RECSTAT1, 4Bh RETOPT, 57h RAWDATA). Operations take the inside of a packet, behind the
+// four bytes of its head; the pointer forms say how many bytes must be readable, the span forms ignore a
+// packet with fewer. A null pointer stores nothing. Each record overwrites its own area, and what a report
+// does not carry stays as it was. Nothing allocates except a satellite list that is longer than any before,
+// and strGetGPGGA. Not locked: one thread at a time. Copying copies everything.
 #pragma once
 
 #include <array>

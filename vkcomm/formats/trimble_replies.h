@@ -1,5 +1,4 @@
-// Two text replies of Trimble receivers, taken apart: the answer to a serial break, and the serial-number
-// packet.
+// Two text replies of Trimble receivers: the answer to a serial break, and the serial-number packet.
 //
 // Texts are bytes, widened one to one. Nothing fails loudly: what a short reply lacks is empty. Not locked:
 // one thread at a time. Copying copies everything.
@@ -23,8 +22,8 @@ struct TrimbleBreakReply {
 };
 
 // The reply to a break: segments that end in ';', each a label and values between commas. A segment without a
-// comma is an identity as a whole, and has no port or version fields; the last field of a segment keeps any
-// further commas.
+// comma is an identity as a whole, and has no port or version fields. The last field that a segment has
+// reaches to its end, further commas included; fields beyond it are empty.
 class VKCOMM_API CTrimBreakRet {
 public:
     // Always 1. The pointer form reads to the terminating zero, at most 8192 bytes; null is an empty reply.
@@ -43,7 +42,7 @@ private:
 };
 
 // The serial-number packet (type 07h), trailing blanks removed. Receivers of the older generations stop after
-// channelsL1; what they do not send is empty.
+// channelsL1; what they do not send is empty. The binary numbers of channels at its end are not taken.
 struct TrimbleSerialReply {
     std::wstring serial;
     std::wstring receiverType;

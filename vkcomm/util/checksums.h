@@ -39,7 +39,7 @@ enum TESTXOR_RETURN {
 VKCOMM_API TESTXOR_RETURN testSentence(std::string_view text);
 
 // Tests "#…*hhhhhhhh": CRC-32 of everything between '#' and the last '*' against the hexadecimal value after
-// it (leading blanks and a 0x prefix are accepted as scanf does; the low 32 bits of a longer value count).
+// it (leading blanks and a 0x prefix are accepted, a sign is not; the low 32 bits of a longer value count).
 VKCOMM_API bool testOem4Ascii(std::string_view text);
 
 // NMEA-style XOR under its public names.
