@@ -5,14 +5,21 @@ set(vkcomm_package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/vkcomm)
 install(TARGETS vkcomm vkcomm_static EXPORT vkcommTargets)
 install(EXPORT vkcommTargets NAMESPACE vkcomm:: DESTINATION ${vkcomm_package_dir})
 
-# Headers that say so are the library's inside and stay at home.
+# A header that exports nothing and that no other header includes serves the library's own sources alone and stays at
+# home, and so does what is only there for our command.
+set(at_home platform/terminal.h)
 foreach(header ${vkcomm_headers})
-  file(STRINGS ${CMAKE_CURRENT_SOURCE_DIR}/${header} inside REGEX "part of the library's inside" LIMIT_COUNT 1)
-  if(inside)
+  file(STRINGS ${header} lines REGEX "^#include \"vkcomm/")
+  list(APPEND included_by_headers ${lines})
+endforeach()
+foreach(header ${vkcomm_headers})
+  file(STRINGS ${header} exports REGEX "VKCOMM_API" LIMIT_COUNT 1)
+  if(header IN_LIST at_home
+     OR NOT (exports OR header STREQUAL vkcomm.h OR "#include \"vkcomm/${header}\"" IN_LIST included_by_headers))
     continue()
   endif()
   get_filename_component(folder ${header} DIRECTORY)
-  install(FILES ${CMAKE_CURRENT_SOURCE_DIR}/${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vkcomm/${folder})
+  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vkcomm/${folder})
 endforeach()
 install(FILES ${PROJECT_BINARY_DIR}/generated/vkcomm/export.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vkcomm)
 
