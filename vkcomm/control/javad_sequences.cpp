@@ -1,0 +1,139 @@
+#include <cmath>
+
+#include "vkcomm/control/base_sequences.h"
+#include "vkcomm/control/command_carriers.h"
+#include "vkcomm/control/line_tables.h"
+#include "vkcomm/control/rover_sequences.h"
+#include "vkcomm/datum/convert.h"
+
+namespace vkcomm {
+
+namespace {
+
+using namespace detail;
+
+struct JavadRow {
+    FormatSet formats;
+    const char* text;
+    int delay = 0;
+};
+
+constexpr FormatSet kRtcm = formats({0, 1, 2, 3, 4, 5});
+constexpr FormatSet kRtcm3 = formats({6, 7, 8, 9});
+
+// RTCM 3 sets send the CMR parameters too, station line included; deliberate, as the receivers are driven so.
+constexpr FormatSet kCmr = formats({6, 7, 8, 9, 10, 11});
+
+constexpr JavadRow kBaseLines[] = {
+    {kAnyFormat, "%%set,rover/mode/,off"},
+    {kAnyFormat, "%%set,base/mode/,off"},
+    {kAnyFormat, "%%set,pos/mode/cur,sp"},
+    {kAnyFormat, "%CTRLSETUPMASK1%set,/par/pos/elm,<mask>", 10},
+    {kAnyFormat, "%CTRLSETUPMASK2%set,/par/out/elm/cur/term,<mask>", 10},
+    {kAnyFormat, "%%set,ref/pos/gps/xyz,<position>"},
+    {kAnyFormat, "%%set,ref/pos/glo/xyz,<position>"},
+
+    {kRtcm, "%%set,/par/rtcm/base/stid,<id>"},
+    {kRtcm, "%%set,/par/rtcm/base/svm,0"},
+    {kRtcm, "%%set,/par/rtcm/base/health,good"},
+    {kRtcm, "%%set,/par/rtcm/base/meas/ca,on"},
+    {kRtcm, "%%set,/par/rtcm/base/meas/p1,off"},
+    {kRtcm, "%%set,/par/rtcm/base/meas/p2,on"},
+    {kRtcm, "%%set,/par/rtcm/base/sys,{on,on}"},
+    {kRtcm, "%%set,/par/rtcm/base/smooth,off"},
+    {kRtcm3, "%%set,/par/rtcm3/base/stid,<id>"},
+    {kCmr, "%%set,/par/cmr/base/stid,<id>"},
+    {kCmr, "%%set,/par/cmr/base/motion,static"},
+    {kCmr, "%%set,/par/cmr/base/pcode,off"},
+    {kCmr, "%%set,/par/cmr/base/meas/p2,on"},
+    {kCmr, "%%set,/par/cmr/base/glo/type,3"},
+    {kCmr, "%%set,/par/cmr/base/desc,{\"\",\"\",\"\"}"},
+
+    {kAnyFormat, "%%dm,/dev/ser/<port>"},
+    {kAnyFormat, "%%set,/par/dev/ser/<port>/imode,cmd"},
+    {kAnyFormat, "%%set,/par/dev/ser/<port>/rtscts,off"},
+    {kAnyFormat, "%%set,/par/dev/ser/<port>/rate,<baud>"},
+
+    {formats({0}), "%%em,/dev/ser/<port>,/msg/rtcm{/1:1.00,/31:1.00,/3:10}"},
+    {formats({1}), "%%em,/dev/ser/<port>,/msg/rtcm{/9:1.00,/34:1.00,/3:10}"},
+    {formats({2}), "%%em,/dev/ser/<port>,/msg/rtcm{/18:1.00,/19:1.00,/22:10,/3:10}"},
+    {formats({3}), "%%em,/dev/ser/<port>,/msg/rtcm{/20:1.00,/21:1.00,/22:10,/3:10}"},
+    {formats({4}), "%%em,/dev/ser/<port>,/msg/rtcm{/18:1.00,/19:1.00,/23:10,/24:10}"},
+    {formats({5}), "%%em,/dev/ser/<port>,/msg/rtcm{/20:1.00,/21:1.00,/23:10,/24:10}"},
+    {formats({6}), "%%em,/dev/ser/<port>,/msg/rtcm3{/1003:1.00,/1006:10,/1008:10}"},
+    {formats({7}), "%%em,/dev/ser/<port>,/msg/rtcm3{/1004:1.00,/1006:10,/1008:10}"},
+    {formats({8}), "%%em,/dev/ser/<port>,/msg/rtcm3{/1003:1.00,/1011:1.0,/1006:10,/1008:10}"},
+    {formats({9}), "%%em,/dev/ser/<port>,/msg/rtcm3{/1004:1.00,/1012:1.0,/1006:10,/1008:10}"},
+    {formats({10}), "%%em,/dev/ser/<port>,/msg/cmr{/10:1.00,/0:1.00,/1:10}"},
+    {formats({11}), "%%em,/dev/ser/<port>,/msg/cmr{/10:1.00,/0:1.00,/9:1}"},
+    {formats({12}), "%%em,/dev/ser/<port>,/msg/rtk/jps/min:1.00"},
+    {formats({13}), "%%em,/dev/ser/<port>,/msg/rtk/jps/max:1.00"},
+};
+
+// Parameter names as published in the receivers' command reference (GREIS) and seen in recorded set-ups of
+// these receivers; the masks and the port are set as for a base.
+constexpr JavadRow kRoverLines[] = {
+    {kAnyFormat, "%%set,base/mode/,off"},
+    {kAnyFormat, "%CTRLSETUPMASK1%set,/par/pos/elm,<mask>", 10},
+    {kAnyFormat, "%CTRLSETUPMASK2%set,/par/out/elm/cur/term,<mask>", 10},
+    {kAnyFormat, "%%set,/par/pos/pdop,<pdop>"},
+    {kAnyFormat, "%%set,/par/pos/pd/vrs,<vrs>"},
+    {kAnyFormat, "%%set,/par/pos/pd/fkp,<fkp>"},
+    {kAnyFormat, "%%set,/par/pos/pd/port,/dev/ser/<port>"},
+    {kAnyFormat, "%%set,/par/pos/mode/cur,pd"},
+    {kAnyFormat, "%%dm,/dev/ser/<port>"},
+    {kAnyFormat, "%%set,/par/dev/ser/<port>/rtscts,off"},
+    {kAnyFormat, "%%set,/par/dev/ser/<port>/rate,<baud>"},
+    {formats({0}), "%%set,/par/dev/ser/<port>/imode,rtcm"},
+    {formats({1}), "%%set,/par/dev/ser/<port>/imode,rtcm3"},
+    {formats({2}), "%%set,/par/dev/ser/<port>/imode,cmr"},
+    {formats({3}), "%%set,/par/dev/ser/<port>/imode,jps"},
+};
+
+std::string portLetter(unsigned char index) {
+    return std::string(1, static_cast<char>('a' + (index <= 3 ? index : 0)));
+}
+
+std::string baudText(int index) {
+    constexpr int kRates[] = {4800, 9600, 19200, 38400, 57600};
+    return integerText(index >= 0 && index < 5 ? kRates[index] : 115200);
+}
+
+std::string cartesianText(const BLH& position) {
+    const XYZ xyz = CConvert::BLHtoXYZ(position);
+    return "{W84," + fixedText(xyz.x, 3) + ',' + fixedText(xyz.y, 3) + ',' + fixedText(xyz.z, 3) + '}';
+}
+
+std::string onOff(bool on) { return on ? "on" : "off"; }
+
+CommandSteps stepsOf(std::span<const JavadRow> rows, int format, const LineValues& values) {
+    CommandSteps steps;
+    for (const JavadRow& row : rows)
+        if (serves(row.formats, format)) append(steps, javadText(fillLine(row.text, values), row.delay));
+    return steps;
+}
+
+}  // namespace
+
+CommandSteps javadBase(const CBaseConfigJavad& config, const BLH& position) {
+    if (!basePositionProblem(position).empty()) return {};
+    return stepsOf(kBaseLines, config.uDifFormat,
+                   {{"mask", integerText(config.uElevMask)},
+                    {"position", cartesianText(position)},
+                    {"id", recordText(config.strStationID)},
+                    {"port", portLetter(config.uPort)},
+                    {"baud", baudText(config.nBaud)}});
+}
+
+CommandSteps javadRover(const CRoverConfigJavad& config) {
+    if (!roverMaskProblem(config.fElevMask, config.fPDOPMask).empty()) return {};
+    return stepsOf(kRoverLines, config.uDifFormat,
+                   {{"mask", integerText(std::lround(config.fElevMask))},
+                    {"pdop", fixedText(config.fPDOPMask, 1)},
+                    {"vrs", onOff(config.nNetwork == 1)},
+                    {"fkp", onOff(config.nNetwork == 2)},
+                    {"port", portLetter(config.uPort)},
+                    {"baud", baudText(config.nBaud)}});
+}
+
+}  // namespace vkcomm
