@@ -1,0 +1,135 @@
+// A network whose sockets do what a script says.
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "vkcomm/net/tcp_socket.h"
+
+namespace vkcomm::test {
+
+// What the next receive gives: bytes, nothing (the peer has closed), or a failure.
+struct Arrival {
+    int count = 0;  // -1: failure
+    std::string bytes{};
+};
+
+// Shared by the test and the socket, which the object under test owns.
+struct Wire {
+    std::mutex lock;
+    std::condition_variable changed;
+    std::deque<Arrival> arrivals;
+    bool closedAtEnd = false;  // when the script has ended the peer has closed; else nothing arrives any more
+    bool connects = true;
+    bool connectBlocks = false;
+    bool interrupted = false;
+    int mostPerSend = 1 << 20;
+    int sendsLeft = 1 << 20;
+    std::string sent;
+    std::vector<std::string> calls;
+    int opened = 0;
+
+    void note(const std::string& call) {
+        const std::lock_guard guard(lock);
+        calls.push_back(call);
+    }
+
+    std::string lastCall() {
+        const std::lock_guard guard(lock);
+        return calls.empty() ? std::string() : calls.back();
+    }
+};
+
+class FakeSocket final : public NetSocket {
+public:
+    explicit FakeSocket(Wire& wire) : m_wire(wire) {}
+
+    ~FakeSocket() override { m_wire.note("close"); }
+
+    bool setGracefulClose() override { return true; }
+
+    bool connect(const SocketAddress&) override {
+        std::unique_lock guard(m_wire.lock);
+        m_wire.changed.wait(guard, [this] { return !m_wire.connectBlocks || m_wire.interrupted; });
+        return m_wire.connects && !m_wire.interrupted;
+    }
+
+    SocketWait waitReadable(std::chrono::milliseconds) override {
+        std::unique_lock guard(m_wire.lock);
+        m_wire.changed.wait(
+            guard, [this] { return m_wire.interrupted || !m_wire.arrivals.empty() || m_wire.closedAtEnd; });
+        return m_wire.interrupted ? SocketWait::kInterrupted : SocketWait::kReady;
+    }
+
+    int receive(std::span<unsigned char> buffer, SocketAddress* sender) override {
+        const std::lock_guard guard(m_wire.lock);
+        if (m_wire.arrivals.empty()) return 0;
+        const Arrival arrival = m_wire.arrivals.front();
+        m_wire.arrivals.pop_front();
+        if (sender) *sender = {0x0A000001, 9};
+        std::copy_n(arrival.bytes.begin(), std::min(buffer.size(), arrival.bytes.size()), buffer.begin());
+        return arrival.bytes.empty() ? arrival.count : static_cast<int>(arrival.bytes.size());
+    }
+
+    int send(ByteSpan bytes) override {
+        const std::lock_guard guard(m_wire.lock);
+        if (m_wire.sendsLeft-- <= 0) return -1;
+        const auto count = std::min(bytes.size(), static_cast<std::size_t>(m_wire.mostPerSend));
+        m_wire.sent.append(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
+        return static_cast<int>(count);
+    }
+
+    int sendTo(ByteSpan bytes, const SocketAddress&) override { return send(bytes); }
+
+    void shutdown() override { m_wire.note("shutdown"); }
+
+    void interrupt() override {
+        {
+            const std::lock_guard guard(m_wire.lock);
+            m_wire.interrupted = true;
+        }
+        m_wire.changed.notify_all();
+    }
+
+    std::optional<SocketAddress> localAddress() const override { return SocketAddress{0x7F000001, 4242}; }
+
+    SystemError error() const override { return {"the fake fails", 1, "as told"}; }
+
+private:
+    Wire& m_wire;
+};
+
+class FakeNetwork final : public Network {
+public:
+    explicit FakeNetwork(Wire& wire) : m_wire(wire) { StartWSA(*this); }
+
+    ~FakeNetwork() override { CloseWSA(); }
+
+    bool start() override { return true; }
+
+    void stop() override {}
+
+    std::unique_ptr<NetSocket> open(SocketKind, SystemError&) override {
+        const std::lock_guard guard(m_wire.lock);
+        ++m_wire.opened;
+        m_wire.interrupted = false;
+        return std::make_unique<FakeSocket>(m_wire);
+    }
+
+    std::optional<std::uint32_t> resolve(const std::string& host) override {
+        const std::map<std::string, std::uint32_t> known{{"caster", 0xC0A80001}, {"controller", 0x7F000001}};
+        const auto found = known.find(host);
+        return found == known.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    std::string hostName() override { return "controller"; }
+
+private:
+    Wire& m_wire;
+};
+
+}  // namespace vkcomm::test
