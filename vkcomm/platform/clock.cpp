@@ -2,6 +2,8 @@
 
 #include <thread>
 
+#include "vkcomm/platform/event.h"
+
 namespace vkcomm {
 
 namespace {
@@ -19,6 +21,8 @@ public:
 };
 
 }  // namespace
+
+bool Clock::wait(Event& event, std::chrono::milliseconds time) { return event.wait(time); }
 
 Clock& systemClock() {
     static SystemClock clock;

@@ -7,6 +7,8 @@ namespace vkcomm {
 
 // True when standard error is a terminal.
 VKCOMM_API bool isErrorTerminal();
+// The same of standard output.
+VKCOMM_API bool isOutputTerminal();
 
 // Lets a write to a closed pipe fail instead of ending the process.
 VKCOMM_API void ignoreClosedPipes();

@@ -1,0 +1,314 @@
+// Closing: every state of the port by every thread that may call. docs/ports.md has the same table in words.
+#include <filesystem>
+
+#include "tests/ports/port_fixture.h"
+
+namespace vkcomm {
+namespace {
+
+using testing::ElementsAre;
+using Calls = std::vector<std::string>;
+
+enum class State {
+    kNeverOpened,
+    kOpenFailed,
+    kOpenNotMonitored,
+    kReaderWaits,
+    kReaderSleeps,
+    kWriterInDelay,
+    kWriterWrites,
+    kReaderStuck,
+    kBothStuck,
+    kPlaying,
+    kPlayed,
+};
+
+enum class Caller {
+    kHost,
+    kHostTwice,
+    kDestructor,
+    kOtherThread,
+    kTwoThreads,
+    kReaderHandler,
+    kWriterHandler
+};
+
+struct CloseCase {
+    const char* name;
+    State state;
+    int waits;        // slices of 200 ms that the close waits in vain
+    int threadsLeft;  // when it returns
+};
+
+const CloseCase kStates[] = {
+    {"never opened", State::kNeverOpened, 0, 0},
+    {"open failed", State::kOpenFailed, 0, 0},
+    {"open, not monitored", State::kOpenNotMonitored, 0, 0},
+    {"reader waits for an event", State::kReaderWaits, 0, 0},
+    {"reader sleeps", State::kReaderSleeps, 0, 0},
+    {"writer in a delay", State::kWriterInDelay, 0, 0},
+    {"writer writes", State::kWriterWrites, 10, 0},
+    {"driver holds the reader", State::kReaderStuck, 10, 1},
+    {"driver holds both", State::kBothStuck, 21, 2},
+    {"playing a file", State::kPlaying, 0, 0},
+    {"file played", State::kPlayed, 0, 0},
+};
+
+class Closing : public PortTest {
+protected:
+    Closing() { renew(); }
+
+    void renew() {
+        user = std::make_unique<CMySerialPort>();
+        useFakes(*user);
+        devices.next.clear();
+        device = devices.add();
+        device->passes = {block()};
+    }
+
+    void start() {
+        ASSERT_EQ(user->InitPort(&owner, kPort, 9600), 1);
+        ASSERT_EQ(user->StartMonitoring(), 1);
+    }
+
+    void startWriting(WriteStep::Kind kind, int delay) {
+        device->writes = {{kind, 0}};
+        start();
+        for (const char* text : {"one", "two"})
+            user->WriteToPort(bytesOf(text).data(), 3, delay, 0, 1);
+        device->awaitWriteBegun(1);
+        if (delay > 0) clock.awaitWaiter();
+    }
+
+    void bring(State state) {
+        switch (state) {
+        case State::kNeverOpened: break;
+        case State::kOpenFailed:
+            device->failing = {"open"};
+            EXPECT_EQ(user->InitPort(&owner, kPort, 9600), 0);
+            break;
+        case State::kOpenNotMonitored: EXPECT_EQ(user->InitPort(&owner, kPort, 9600), 1); break;
+        case State::kReaderWaits:
+            start();
+            device->awaitBlocked();
+            break;
+        case State::kReaderSleeps:
+            device->passes = {data(""), block()};
+            start();
+            clock.awaitWaiter();
+            break;
+        case State::kWriterInDelay: startWriting(WriteStep::kWhole, 60000); break;
+        case State::kWriterWrites: startWriting(WriteStep::kBlock, 0); break;
+        case State::kReaderStuck:
+            device->isDeaf = true;
+            start();
+            device->awaitBlocked();
+            break;
+        case State::kBothStuck:
+            device->isDeaf = true;
+            startWriting(WriteStep::kBlock, 0);
+            device->awaitBlocked();
+            break;
+        case State::kPlaying:
+        case State::kPlayed:
+            files.readable[L"./data.bin"] = state == State::kPlaying ? "???" : "";
+            user->SetVirtualPortSpeed(10);
+            user->EnableVirtualPort(true);
+            start();
+            if (state == State::kPlaying) clock.awaitWaiter();
+            while (state == State::kPlayed && user->bReaderRunning())
+                std::this_thread::yield();
+            break;
+        }
+    }
+
+    void close(Caller caller) {
+        switch (caller) {
+        case Caller::kHostTwice: user->vClosePort(); [[fallthrough]];
+        case Caller::kHost: user->vClosePort(); break;
+        case Caller::kOtherThread: std::thread([this] { user->vClosePort(); }).join(); break;
+        case Caller::kTwoThreads: {
+            std::thread other([this] { user->vClosePort(); });
+            user->vClosePort();
+            other.join();
+            break;
+        }
+        default: user.reset();
+        }
+    }
+
+    void awaitLeft() const {
+        while (user && user->Counters().threadsLeft > 0)
+            std::this_thread::yield();
+    }
+
+    std::unique_ptr<CMySerialPort> user;
+    std::shared_ptr<FakeDevice> device;
+};
+
+TEST_F(Closing, EveryStateByEveryThreadOfTheHost) {
+    for (const Caller caller :
+         {Caller::kHost, Caller::kHostTwice, Caller::kDestructor, Caller::kOtherThread, Caller::kTwoThreads})
+        for (const CloseCase& each : kStates) {
+            SCOPED_TRACE(std::string(each.name) + ", caller " + std::to_string(static_cast<int>(caller)));
+            renew();
+            bring(each.state);
+            const std::size_t opening = device->calls().size();
+            auto closed = std::async(std::launch::async, [&] { close(caller); });
+            if (each.state == State::kReaderStuck) device->awaitClosed();  // the writer has gone until then
+            EXPECT_EQ(clock.passNext(each.waits),
+                      std::vector<int>(static_cast<std::size_t>(each.waits), 200));
+            closed.get();
+            const bool hadDevice = opening > 1;
+            EXPECT_EQ(device->calls().size(), opening + (hadDevice ? 3 : 0));
+            if (user) {
+                EXPECT_EQ(user->Counters().threadsLeft, each.threadsLeft);
+                EXPECT_EQ(user->nQueueDepth(), 0);
+                EXPECT_EQ(user->bIsValid(), 0);
+                EXPECT_EQ(user->StartMonitoring(), 0);
+            }
+            device->free();  // what the driver held goes on now, on whatever is left
+            awaitLeft();
+        }
+}
+
+struct HandlerCase {
+    const char* name;
+    unsigned int message;
+    unsigned int (*loop)(void*);  // to run on a thread of the test; null: monitored
+    bool deletes;
+};
+
+// The owner handles the message on the port's own thread, and closes or deletes the port there.
+TEST_F(Closing, FromAMessageHandler) {
+    const HandlerCase cases[] = {
+        {"reader closes", WM_PORT_DATA, nullptr, false},
+        {"writer closes", WM_PORT_WRITE_ERROR, nullptr, false},
+        {"reader deletes", WM_PORT_DATA, &CSerialPort::CommThread, true},
+        {"writer deletes", WM_PORT_WRITE_ERROR, &CSerialPort::WriteThread, true},
+    };
+    for (const HandlerCase& each : cases) {
+        SCOPED_TRACE(each.name);
+        renew();
+        device->passes = {data("abc"), block()};
+        device->writes = {{WriteStep::kFail, 0}};
+        FakeOwner messages;
+        std::atomic<bool> isHandled = false;
+        messages.handler = [&](const Posted& message) {
+            if (message.id != each.message) return;
+            if (each.deletes) {
+                user.reset();
+            } else {
+                user->vClosePort();
+                EXPECT_EQ(user->bIsValid(), 0);
+            }
+            isHandled = true;
+        };
+        ASSERT_EQ(user->InitPort(&messages, kPort, 9600), 1);
+        user->AddToPort(bytesOf("x").data(), 1, 0, 0);
+        user->vSetWriteEvent();
+        if (each.loop) {
+            std::thread(each.loop, user.get()).join();
+        } else {
+            user->StartMonitoring();  // 0 when the handler was faster
+        }
+        while (!isHandled)
+            std::this_thread::yield();
+        awaitLeft();
+        EXPECT_EQ(device->calls().back(), "close");
+    }
+}
+
+TEST_F(Closing, AHandlerReopensItsPort) {
+    FakeOwner messages;
+    std::promise<void> handled;
+    device->passes = {{kEventReceived, "", 1}};
+    deviceWith({data("fresh")});
+    messages.handler = [&](const Posted& message) {
+        if (message.id != WM_PORT_READ_ERROR) return;
+        EXPECT_EQ(user->InitPort(&messages, kPort, 9600), 1);
+        EXPECT_EQ(user->StartMonitoring(), 1);
+        handled.set_value();
+    };
+    ASSERT_EQ(user->InitPort(&messages, kPort, 9600), 1);
+    user->StartMonitoring();
+    handled.get_future().wait();
+    messages.await(2);
+    EXPECT_EQ(user->Decoder().iBytesInRxBuf(), 5);
+    user->vClosePort();
+    awaitLeft();
+}
+
+TEST_F(Closing, HostAndHandlerAtOnce) {
+    device->passes = {data("abc"), block()};
+    owner.handler = [&](const Posted&) { user->vClosePort(); };
+    ASSERT_EQ(user->InitPort(&owner, kPort, 9600), 1);
+    user->StartMonitoring();
+    owner.await(1);
+    user->vClosePort();
+    EXPECT_EQ(user->bIsValid(), 0);
+    EXPECT_EQ(device->calls().back(), "close");
+    awaitLeft();
+}
+
+TEST_F(Closing, ALateReaderReachesNothingOfThePort) {
+    device->passes = {{kEventReceived, "late", {}, true}};
+    bring(State::kReaderStuck);
+    auto closed = std::async(std::launch::async, [&] { user->vClosePort(); });
+    device->awaitClosed();
+    clock.passNext(10);
+    closed.get();
+    device->free();
+    awaitLeft();
+    EXPECT_EQ(user->Decoder().iBytesInRxBuf(), 0);
+    EXPECT_TRUE(owner.posted().empty());
+}
+
+TEST_F(Closing, TakesItsMessagesBack) {
+    bring(State::kReaderWaits);
+    const auto sender = reinterpret_cast<std::intptr_t>(static_cast<CSerialPort*>(user.get()));
+    user->vClosePort();
+    EXPECT_THAT(owner.forgotten(),
+                ElementsAre(Posted{WM_PORT_DATA, 0, kPort}, Posted{WM_PORT_READ_ERROR, 0, sender},
+                            Posted{WM_PORT_WRITE_ERROR, 0, sender}));
+}
+
+TEST_F(Closing, LoopsOnTheHostsOwnThreads) {
+    user->vClosePort();
+    device->passes = {data("abc"), block()};
+    ASSERT_EQ(user->InitPort(&owner, kPort, 9600), 1);
+    auto reader = std::async(std::launch::async, [&] { return CSerialPort::CommThread(user.get()); });
+    auto writer = std::async(std::launch::async, [&] { return CSerialPort::WriteThread(user.get()); });
+    owner.await(1);
+    while (!user->bWriterRunning())
+        std::this_thread::yield();
+    user->vClosePort();
+    EXPECT_EQ(reader.get(), 0u);
+    EXPECT_EQ(writer.get(), 100u);
+}
+
+std::size_t entriesOf(const char* folder) {
+    const std::filesystem::directory_iterator entries(folder);
+    return static_cast<std::size_t>(std::distance(begin(entries), end(entries)));
+}
+
+TEST_F(Closing, TwoHundredTimesWithoutALeak) {
+    const auto cycle = [&] {
+        renew();
+        device->passes = {data("abc"), block()};
+        start();
+        user->WriteToPort(bytesOf("x").data(), 1, 5, 0, 1);
+        user->vClosePort();
+        EXPECT_EQ(device.use_count(), 1) << "somebody still holds the device";
+    };
+    cycle();
+    const std::size_t threads = entriesOf("/proc/self/task");
+    const std::size_t descriptors = entriesOf("/proc/self/fd");
+    for (int i = 0; i < 200; ++i)
+        cycle();
+    EXPECT_LE(entriesOf("/proc/self/task"), threads);
+    EXPECT_LE(entriesOf("/proc/self/fd"), descriptors);
+}
+
+}  // namespace
+}  // namespace vkcomm
