@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <numbers>
+
+#include "sim/ephemeris.h"
+#include "sim/geodesy.h"
 
 namespace vkcomm::sim {
 namespace {
@@ -96,52 +100,64 @@ TEST(Truth, GoesThroughAllQualities) {
     EXPECT_GT(truth.at(600'000).satellitesUsed(), 7);
 }
 
+// The velocity is what the positions a tenth of a second before and after say, to a few millimetres a second.
+TEST(Truth, VelocityInSpaceIsTheChangeOfPosition) {
+    const Truth truth({.seed = 5});
+    for (const std::int64_t at : {1'000, 12'300, 100'000, 222'200, 301'700}) {
+        const Ecef before = positionOf(truth.at(at - 100));
+        const Ecef after = positionOf(truth.at(at + 100));
+        const Ecef velocity = velocityOf(truth.at(at));
+        EXPECT_NEAR((after.x - before.x) / 0.2, velocity.x, 5e-3) << at;
+        EXPECT_NEAR((after.y - before.y) / 0.2, velocity.y, 5e-3) << at;
+        EXPECT_NEAR((after.z - before.z) / 0.2, velocity.z, 5e-3) << at;
+    }
+}
+
+// As GPS satellites go: near-circular, 26,560 km, 55 degrees, and of the last two hours.
+TEST(Truth, OrbitsAreThoseOfGpsSatellites) {
+    for (int prn = 1; prn <= 32; ++prn)
+        for (const std::int64_t time : {0, 345'618'000, 604'799'999}) {
+            SCOPED_TRACE(testing::Message() << prn << " at " << time);
+            const Ephemeris e = ephemerisOf(prn, 2303, time);
+            EXPECT_EQ(e.week, 2303);
+            EXPECT_EQ(e.reference * 16'000, time / 7'200'000 * 7'200'000);
+            EXPECT_EQ(e.clockReference, e.reference);
+            EXPECT_NEAR(std::ldexp(static_cast<double>(e.rootOfSemiMajorAxis), -19), 5153.7, 0.1);
+            EXPECT_LT(std::ldexp(static_cast<double>(e.eccentricity), -33), 0.02);
+            EXPECT_NEAR(std::ldexp(static_cast<double>(e.inclination), -31) * 180, 55, 1);
+            for (const std::int64_t angle : {e.meanAnomaly, e.ascendingNode, e.perigee})
+                EXPECT_EQ(angle, static_cast<std::int32_t>(angle));
+            for (const std::int64_t word : {e.crs, e.cuc, e.cus, e.cic, e.cis, e.crc, e.clockDrift})
+                EXPECT_EQ(word, static_cast<std::int16_t>(word));
+        }
+    EXPECT_NE(ephemerisOf(3, 2303, 7'199'999).iodc, ephemerisOf(3, 2303, 7'200'000).iodc);
+}
+
 TEST(Truth, TellsTheTime) {
-    struct Case {
-        const char* name;
+    const struct {
         int week;
         std::int64_t millisecondsOfWeek, after;
         int expectedWeek;
         std::int64_t expectedMilliseconds;
         CalendarTime utc;
+    } cases[] = {
+        {2303, 345'588'000, 30'000, 2303, 345'618'000, {2024, 2, 29, 0, 0, 0, 0}},
+        {2303, 345'588'000, 29'999, 2303, 345'617'999, {2024, 2, 28, 23, 59, 59, 999}},
+        {2303, 604'799'000, 999, 2303, 604'799'999, {2024, 3, 2, 23, 59, 41, 999}},
+        {2303, 604'799'000, 1'000, 2304, 0, {2024, 3, 2, 23, 59, 42, 0}},
+        {2303, 0, 3 * kMillisecondsPerWeek + 18'000, 2306, 18'000, {2024, 3, 17, 0, 0, 0, 0}},
+        {2399, 345'617'999, 1, 2399, 345'618'000, {2026, 1, 1, 0, 0, 0, 0}},
     };
 
-    const Case cases[] = {
-        {"leap day", 2303, 345'588'000, 30'000, 2303, 345'618'000, {2024, 2, 29, 0, 0, 0, 0}},
-        {"a millisecond before",
-         2303,
-         345'588'000,
-         29'999,
-         2303,
-         345'617'999,
-         {2024, 2, 28, 23, 59, 59, 999}},
-        {"last millisecond of a week",
-         2303,
-         604'799'000,
-         999,
-         2303,
-         604'799'999,
-         {2024, 3, 2, 23, 59, 41, 999}},
-        {"next week", 2303, 604'799'000, 1'000, 2304, 0, {2024, 3, 2, 23, 59, 42, 0}},
-        {"several weeks on",
-         2303,
-         0,
-         3 * kMillisecondsPerWeek + 18'000,
-         2306,
-         18'000,
-         {2024, 3, 17, 0, 0, 0, 0}},
-        {"new year", 2399, 345'617'999, 1, 2399, 345'618'000, {2026, 1, 1, 0, 0, 0, 0}},
+    const auto row = [](const CalendarTime& t) {
+        return std::array{t.year, t.month, t.day, t.hour, t.minute, t.second, t.millisecond};
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
+    for (const auto& c : cases) {
         const Truth truth({.startWeek = c.week, .startMillisecondsOfWeek = c.millisecondsOfWeek});
         const Epoch epoch = truth.at(c.after);
-        const CalendarTime utc = utcOf(epoch);
         EXPECT_EQ(epoch.week, c.expectedWeek);
         EXPECT_EQ(epoch.millisecondsOfWeek, c.expectedMilliseconds);
-        EXPECT_EQ(std::tie(utc.year, utc.month, utc.day), std::tie(c.utc.year, c.utc.month, c.utc.day));
-        EXPECT_EQ(std::tie(utc.hour, utc.minute, utc.second, utc.millisecond),
-                  std::tie(c.utc.hour, c.utc.minute, c.utc.second, c.utc.millisecond));
+        EXPECT_EQ(row(utcOf(epoch)), row(c.utc));
     }
 }
 

@@ -1,0 +1,129 @@
+// Simulated receivers on real pseudo-terminals and connections, read as a host reads them.
+#include "sim/live_simulator.h"
+
+#include <gtest/gtest.h>
+
+#include "host/receiver_family.h"
+#include "tests/platform/far_end.h"
+#include "vkcomm/decode/stream_decoder.h"
+
+namespace vkcomm::sim {
+namespace {
+
+using namespace std::chrono_literals;
+using namespace test;
+
+// Whoever waits on it gets there at once.
+class HastyClock final : public Clock {
+public:
+    std::chrono::milliseconds now() override { return m_now.load(); }
+
+    void sleep(std::chrono::milliseconds time) override { m_now.store(m_now.load() + time); }
+
+    bool wait(Event& event, std::chrono::milliseconds time) override {
+        sleep(time);
+        return event.isSet();
+    }
+
+private:
+    std::atomic<std::chrono::milliseconds> m_now{0ms};
+};
+
+// The records of the OEM4 receiver at the other end, until it is unplugged or there were enough.
+std::uint64_t countRecords(CommDevice& device, std::uint64_t enough = ~std::uint64_t{0}) {
+    CNOut decoder;
+    decoder.vSetDecodeMask(vkcomm::findFamily("oem4")->decodeMask);
+    std::uint64_t records = 0;
+    while (records < enough) {
+        const Bytes bytes = readFromDevice(device, 1);
+        if (bytes.empty()) break;
+        decoder.Set(bytes.data(), static_cast<int>(bytes.size()));
+        while (decoder.Read() == CNOut::RETURN_COMPLETE)
+            records += decoder.Type() == LOG_OEM4_BINARY;
+    }
+    while (decoder.ReadRest() == CNOut::RETURN_COMPLETE)
+        records += decoder.Type() == LOG_OEM4_BINARY;
+    return records;
+}
+
+struct Served {
+    std::shared_ptr<CommDevice> device;
+    std::unique_ptr<LiveSimulator> simulator;
+};
+
+// Attached before the first byte is sent, so that none is lost.
+Served serve(FarKind kind, const LiveOptions& options, Clock& clock) {
+    auto server = makeFarEnd(kind);
+    auto device = openDevice(server->address());
+    waitUntil([&] { return server->clients() == 1; });
+    return {std::move(device), std::make_unique<LiveSimulator>(options, std::move(server), clock)};
+}
+
+// 16 kB in one go fit any connection.
+TEST(LiveSimulator, EveryWholeFrameArrivesWhateverTheFaults) {
+    const LiveOptions cases[] = {
+        {.family = "oem4", .rateHz = 20, .seed = 5},
+        {.family = "oem4", .rateHz = 20, .seed = 6, .splits = 9, .delayMilliseconds = 70},
+        {.family = "oem4", .rateHz = 20, .seed = 7, .dropPercent = 25, .corruptPercent = 40, .splits = 3},
+    };
+    for (const LiveOptions& options : cases) {
+        HastyClock clock;
+        const auto [device, simulator] = serve(FarKind::kTcp, options, clock);
+        simulator->start(1000ms);
+        const std::uint64_t records = countRecords(*device);
+        simulator->stop();
+        const LiveTotals totals = simulator->totals();
+        EXPECT_EQ(totals.bytesLost, 0u);
+        EXPECT_EQ(records, totals.frames.whole) << "seed " << options.seed;
+        EXPECT_GT(records, 30u);
+        EXPECT_FALSE(simulator->isRunning());
+    }
+}
+
+TEST(LiveSimulator, StreamsOverAPseudoTerminalInRealTime) {
+    const auto [device, simulator] = serve(FarKind::kPty, {.family = "oem4", .rateHz = 20}, systemClock());
+    simulator->start();
+    EXPECT_GE(countRecords(*device, 20), 20u);
+    EXPECT_TRUE(simulator->isRunning());
+    simulator->stop();
+    EXPECT_EQ(simulator->totals().bytesLost, 0u);
+}
+
+TEST(LiveSimulator, TakesWhatIsSentToIt) {
+    HastyClock clock;
+    const auto [device, simulator] = serve(FarKind::kPty, {}, clock);
+    simulator->start();
+    const Bytes sent = everyByte(100'000);
+    std::size_t written = 0;
+    EXPECT_TRUE(device->write(sent, written));
+    waitUntil([&, &served = *simulator] { return served.totals().bytesReceived == sent.size(); });
+    simulator->stop();
+}
+
+TEST(LiveSimulator, ServesEverybodyOnItsPortAndNobody) {
+    HastyClock clock;
+    auto server = makeFarEnd(FarKind::kTcp);
+    ByteServer& far = *server;
+    const auto first = openDevice(far.address());
+    auto second = systemCommDevices().make();
+    ASSERT_TRUE(second->open(comName(far.address()), 0));
+    EXPECT_TRUE(second->setEventMask(kEventReceived));
+    waitUntil([&] { return far.clients() == 2; });
+    far.write(everyByte(100));
+    EXPECT_EQ(readFromDevice(*first, 100), everyByte(100));
+    EXPECT_EQ(readFromDevice(*second, 100), everyByte(100));
+
+    first->close();
+    second->close();
+    waitUntil([&] {
+        Bytes none(1);
+        return far.read(none) == 0 && far.clients() == 0;
+    });
+    LiveSimulator simulator({}, std::move(server), clock);
+    simulator.start(10s);
+    waitUntil([&] { return !simulator.isRunning(); });
+    EXPECT_EQ(simulator.totals().bytesLost, simulator.totals().bytesSent);
+}
+
+}  // namespace
+}  // namespace vkcomm::sim
