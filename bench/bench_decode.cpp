@@ -1,52 +1,15 @@
 // Decoding speed, as bytes per second and as ratios to plain loops over the same bytes in the same run.
 #include <benchmark/benchmark.h>
 
-#include <array>
 #include <cstring>
-#include <memory>
-#include <string_view>
-#include <vector>
 
-#include "bench/allocations.h"
-#include "host/receiver_family.h"
-#include "sim/recording.h"
+#include "bench/streams.h"
 #include "vkcomm/decode/record_names.h"
-#include "vkcomm/decode/stream_decoder.h"
 #include "vkcomm/formats/nmea_format.h"
 #include "vkcomm/util/checksums.h"
 
-namespace vkcomm {
+namespace vkcomm::bench {
 namespace {
-
-using Bytes = std::vector<unsigned char>;
-
-struct Input {
-    Bytes bytes;
-    std::uint64_t frames = 0;
-
-    void add(const sim::Piece& piece) {
-        bytes.insert(bytes.end(), piece.bytes.begin(), piece.bytes.end());
-        frames += piece.frames.size();
-    }
-};
-
-// Several times what a processor keeps in its caches.
-constexpr int kSeconds = 40000;
-
-sim::RecordingWriter writer(const char* family) {
-    sim::RecordingOptions options;
-    options.family = family;
-    options.seconds = kSeconds;
-    return sim::RecordingWriter(options);
-}
-
-Input recording(const char* family) {
-    Input input;
-    sim::RecordingWriter source = writer(family);
-    for (sim::Piece piece; source.next(piece);)
-        input.add(piece);
-    return input;
-}
 
 const Input& nmea() {
     static const Input input = recording("nmea");
@@ -71,10 +34,6 @@ const Input& mixed() {
         return both;
     }();
     return input;
-}
-
-void setBytes(benchmark::State& state, const Bytes& bytes) {
-    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(bytes.size()));
 }
 
 // ---- reference loops
@@ -135,41 +94,6 @@ void referenceTableCrc(benchmark::State& state) {
 
 // ---- the decoder
 
-std::uint32_t maskOf(std::string_view family) { return findFamily(family)->decodeMask; }
-
-template <typename OnRecord>
-void decodeIn(benchmark::State& state, const Input& input, std::uint32_t mask, OnRecord&& onRecord) {
-    const Bytes& bytes = input.bytes;
-    const auto chunk = static_cast<std::size_t>(state.range(0));
-    const auto decoder = std::make_unique<CNOut>();
-    decoder->vSetDecodeMask(mask);
-    std::uint64_t records = 0;
-    const auto decodeFirst = [&](std::size_t size) {
-        for (std::size_t at = 0; at < size; at += chunk) {
-            decoder->Set(bytes.data() + at, static_cast<int>(std::min(chunk, size - at)));
-            while (decoder->Read() == CNOut::RETURN_COMPLETE) {
-                onRecord(*decoder);
-                ++records;
-            }
-        }
-    };
-    // what is kept from one record to the next gets its memory here
-    decodeFirst(std::min<std::size_t>(0x10000, bytes.size()));
-    decoder->Clear();
-    records = 0;
-    const std::uint64_t before = bench::allocations();
-    for (auto _ : state)
-        decodeFirst(bytes.size());
-    const std::uint64_t allocated = bench::allocations() - before;
-    setBytes(state, bytes);
-    state.counters["allocs"] = static_cast<double>(allocated);
-    if (allocated != 0) state.SkipWithError("decoding asked for memory");
-    state.counters["records/s"] =
-        benchmark::Counter(static_cast<double>(records), benchmark::Counter::kIsRate);
-    if (records != static_cast<std::uint64_t>(state.iterations()) * input.frames)
-        state.SkipWithError("records were lost");
-}
-
 void parseNmea(CNmeaFormat& parser, const CNOut& record) {
     switch (nmeaFormatter(record.Id())) {
     case kNmeaGga: parser.bProcessGGA(record.RecordBytes()); break;
@@ -224,4 +148,4 @@ BENCHMARK(decodeOem4WholeMask)->Arg(4096);
 BENCHMARK(decodeMixedWholeMask)->Arg(4096);
 
 }  // namespace
-}  // namespace vkcomm
+}  // namespace vkcomm::bench

@@ -3,25 +3,26 @@
 #include <algorithm>
 #include <cerrno>
 #include <filesystem>
+#include <iostream>
 #include <system_error>
 
 namespace vkcomm {
 
 namespace {
 
+// A pipe gives no more than this at a time.
+constexpr std::size_t kOneRead = 65536;
+
 std::string because(int systemError) { return std::generic_category().message(systemError); }
 
 }  // namespace
-
-void ByteSource::Closer::operator()(std::FILE* file) const {
-    if (file != stdin) std::fclose(file);
-}
 
 std::unique_ptr<ByteSource> ByteSource::open(const std::string& path, std::string& error) {
     auto source = std::make_unique<ByteSource>();
     source->m_path = path;
     if (path == "-") {
-        source->m_file.reset(stdin);
+        std::ios_base::sync_with_stdio(false);  // else it comes one character at a time
+        source->m_from = std::cin.rdbuf();
         return source;
     }
     std::error_code failed;
@@ -29,8 +30,7 @@ std::unique_ptr<ByteSource> ByteSource::open(const std::string& path, std::strin
         error = path + ": is a folder, not a recording";
         return nullptr;
     }
-    source->m_file.reset(std::fopen(path.c_str(), "rb"));
-    if (!source->m_file) {
+    if (!source->m_file.open(path, std::ios_base::in | std::ios_base::binary)) {
         error = path + ": cannot be opened: " + because(errno);
         return nullptr;
     }
@@ -41,25 +41,36 @@ std::unique_ptr<ByteSource> ByteSource::open(const std::string& path, std::strin
 ByteSpan ByteSource::peek(std::size_t size) {
     m_ahead.erase(m_ahead.begin(), m_ahead.begin() + static_cast<std::ptrdiff_t>(m_aheadRead));
     m_aheadRead = 0;
-    if (const std::size_t had = m_ahead.size(); had < size) {
-        m_ahead.resize(size);
-        m_ahead.resize(had + readFile(std::span(m_ahead).subspan(had)));
+    while (m_ahead.size() < size) {
+        const std::size_t had = m_ahead.size();
+        m_ahead.resize(had + kOneRead);
+        m_ahead.resize(had + readFrom(std::span(m_ahead).subspan(had)));
+        if (m_ahead.size() == had) break;
     }
-    return ByteSpan(m_ahead).first(std::min(size, m_ahead.size()));
+    return m_ahead;
 }
 
 std::size_t ByteSource::read(std::span<unsigned char> buffer) {
     const std::size_t ahead = std::min(buffer.size(), m_ahead.size() - m_aheadRead);
+    if (ahead == 0) return readFrom(buffer);
     std::copy_n(m_ahead.begin() + static_cast<std::ptrdiff_t>(m_aheadRead), ahead, buffer.begin());
     m_aheadRead += ahead;
-    return ahead + readFile(buffer.subspan(ahead));
+    return ahead;
 }
 
-std::size_t ByteSource::readFile(std::span<unsigned char> buffer) {
-    const std::size_t count = std::fread(buffer.data(), 1, buffer.size(), m_file.get());
-    if (count < buffer.size() && std::ferror(m_file.get()))
-        m_error = m_path + ": reading failed: " + because(errno);
-    return count;
+// The standard library throws when the system cannot read.
+std::size_t ByteSource::readFrom(std::span<unsigned char> buffer) try {
+    auto* const to = reinterpret_cast<char*>(buffer.data());
+    const auto room = static_cast<std::streamsize>(buffer.size());
+    if (m_size) return static_cast<std::size_t>(m_from->sgetn(to, room));
+    if (m_from->sgetc() == std::streambuf::traits_type::eof()) return 0;
+    const std::streamsize atHand = std::max<std::streamsize>(m_from->in_avail(), 1);
+    return static_cast<std::size_t>(m_from->sgetn(to, std::min(room, atHand)));
+
+} catch (const std::exception&) {
+
+    m_error = m_path + ": reading failed: " + because(errno);
+    return 0;
 }
 
 }  // namespace vkcomm

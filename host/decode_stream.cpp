@@ -13,53 +13,48 @@ public:
     Pieces(ByteSource& source, std::optional<int> chunk)
         : m_source(source),
           m_step(static_cast<std::size_t>(std::clamp(chunk.value_or(kLargestChunk), 1, kLargestChunk))),
-          m_keepsLines(!chunk) {}
+          m_asItComes(!chunk) {}
 
     // Empty at the end of the input. Valid until the next call.
     ByteSpan next() {
-        if (m_end - m_at < m_step && !m_ended) refill();
-        std::size_t size = std::min(m_step, m_end - m_at);
-        const bool isLast = m_ended && m_at + size == m_end;
-        if (m_keepsLines && !isLast && size > 1 && m_block[m_at + size - 1] == '\r') --size;
+        while (!m_ended && held() < wanted())
+            refill();
+        std::size_t size = std::min(m_step, held());
+        if (m_asItComes && endsInCr(size) && !(m_ended && size == held())) --size;
         const ByteSpan piece(m_block.data() + m_at, size);
         m_at += size;
         return piece;
     }
 
 private:
+    std::size_t held() const { return m_end - m_at; }
+
+    bool endsInCr(std::size_t size) const { return size > 0 && m_block[m_at + size - 1] == '\r'; }
+
+    // A CR alone waits for what follows it.
+    std::size_t wanted() const {
+        if (!m_asItComes) return m_step;
+        return held() == 1 && endsInCr(1) ? 2 : 1;
+    }
+
     void refill() {
         std::copy(m_block.begin() + static_cast<std::ptrdiff_t>(m_at),
                   m_block.begin() + static_cast<std::ptrdiff_t>(m_end), m_block.begin());
         m_end -= m_at;
         m_at = 0;
-        const std::size_t wanted = m_block.size() - m_end;
-        const std::size_t got = m_source.read({m_block.data() + m_end, wanted});
+        const std::size_t got = m_source.read(std::span(m_block).subspan(m_end));
         m_end += got;
-        m_ended = got < wanted;
+        m_ended = got == 0;
     }
 
     ByteSource& m_source;
     std::size_t m_step;
-    bool m_keepsLines;
+    bool m_asItComes;
     std::array<unsigned char, 65536> m_block;
     std::size_t m_at = 0;
     std::size_t m_end = 0;
     bool m_ended = false;
 };
-
-// Gives the source piece by piece to use, which says false to stop.
-template <typename Use>
-bool inPieces(ByteSource& source, std::optional<int> chunk,
-              const std::function<void(std::uint64_t)>& progress, Use use) {
-    Pieces pieces(source, chunk);
-    std::uint64_t total = 0;
-    for (ByteSpan piece = pieces.next(); !piece.empty(); piece = pieces.next()) {
-        if (!use(piece)) return false;
-        total += piece.size();
-        if (progress) progress(total);
-    }
-    return true;
-}
 
 class FrameReader final : public RecordReader {
 public:
@@ -70,6 +65,10 @@ public:
     std::optional<RecordView> next() override { return recordIf(m_decoder.Read()); }
 
     std::optional<RecordView> nextAtEnd() override { return recordIf(m_decoder.ReadRest()); }
+
+    std::size_t held() const override { return static_cast<std::size_t>(m_decoder.iBytesInRxBuf()); }
+
+    bool giveUpLead() override { return m_decoder.bSkipLead() != 0; }
 
     DecoderCounters counters() const override { return m_decoder.Counters(); }
 
@@ -94,6 +93,10 @@ public:
     std::optional<RecordView> next() override { return read(&JavadFramer::next); }
 
     std::optional<RecordView> nextAtEnd() override { return read(&JavadFramer::nextAtEnd); }
+
+    std::size_t held() const override { return m_framer.held(); }
+
+    bool giveUpLead() override { return m_framer.giveUpLead(); }
 
     DecoderCounters counters() const override {
         DecoderCounters counters = m_lines.Counters();
@@ -132,19 +135,6 @@ private:
 
 }  // namespace
 
-bool decodeStream(ByteSource& source, CNOut& decoder, std::optional<int> chunk, const DecodeSteps& steps) {
-    const auto use = [&](ByteSpan piece) {
-        decoder.Set(piece.data(), static_cast<int>(piece.size()));
-        while (decoder.Read() == CNOut::RETURN_COMPLETE)
-            if (!steps.record(decoder)) return false;
-        return true;
-    };
-    if (!inPieces(source, chunk, steps.progress, use)) return false;
-    while (decoder.ReadRest() == CNOut::RETURN_COMPLETE)
-        if (!steps.record(decoder)) return false;
-    return true;
-}
-
 std::unique_ptr<RecordReader> makeFrameReader(CNOut& decoder) {
     return std::make_unique<FrameReader>(decoder);
 }
@@ -154,13 +144,15 @@ std::unique_ptr<RecordReader> makeJavadReader(CNOut& decoder) {
 }
 
 bool readStream(ByteSource& source, RecordReader& reader, std::optional<int> chunk, const ReadSteps& steps) {
-    const auto use = [&](ByteSpan piece) {
+    Pieces pieces(source, chunk);
+    std::uint64_t total = 0;
+    for (ByteSpan piece = pieces.next(); !piece.empty(); piece = pieces.next()) {
         reader.feed(piece);
         while (const auto record = reader.next())
             if (!steps.record(*record)) return false;
-        return true;
-    };
-    if (!inPieces(source, chunk, steps.progress, use)) return false;
+        total += piece.size();
+        if (steps.progress) steps.progress(total);
+    }
     while (const auto record = reader.nextAtEnd())
         if (!steps.record(*record)) return false;
     return true;

@@ -1,4 +1,4 @@
-// Runs a byte source through a decoder, record by record.
+// Runs a byte source through a reader of records.
 //
 // There are two kinds of stream: those whose frames CNOut knows, and those of Javad receivers, whose messages
 // are found first, by JavadFramer; CNOut then gets the lines of text between them. RecordReader is both.
@@ -26,19 +26,6 @@ public:
 // buffer.
 inline constexpr int kLargestChunk = 8192;
 
-struct DecodeSteps {
-    // The decoder holds a record. False stops the run.
-    std::function<bool(const CNOut&)> record;
-    // After each chunk, with the bytes read so far. May be empty.
-    std::function<void(std::uint64_t)> progress;
-};
-
-// Feeds source to decoder chunk bytes at a time (1 to kLargestChunk) and calls steps.record for each record,
-// those behind an incomplete frame at the end of the input included. Without a chunk the pieces are large and
-// never end in a CR while more is to come, so that no line is cut before its LF. False when a step stopped
-// it; a read failure ends the input and is told by source.error().
-bool decodeStream(ByteSource& source, CNOut& decoder, std::optional<int> chunk, const DecodeSteps& steps);
-
 // Bytes in, records out. One thread at a time.
 class RecordReader {
 public:
@@ -50,6 +37,11 @@ public:
     virtual std::optional<RecordView> next() = 0;
     // next for the end of the input: what is not whole is given up.
     virtual std::optional<RecordView> nextAtEnd() = 0;
+    // Bytes that were fed and are in no record yet.
+    virtual std::size_t held() const = 0;
+    // After next gave nothing: gives up the first byte of the frame that is not whole, so that next goes on
+    // behind it. False when there is none.
+    virtual bool giveUpLead() = 0;
     // In a Javad stream records[LOG_NONE] counts its messages, and line ends between them are neither part of
     // records nor dropped.
     virtual DecoderCounters counters() const = 0;
@@ -67,7 +59,10 @@ struct ReadSteps {
     std::function<void(std::uint64_t)> progress;
 };
 
-// The same with a reader in the decoder's place.
+// Feeds source to reader chunk bytes at a time (1 to kLargestChunk) and calls steps.record for each record,
+// those behind an incomplete frame at the end of the input included. Without a chunk the pieces are what has
+// come, but never end in a CR while more is to come, so that no line is cut before its LF. False when a step
+// stopped it; a read failure ends the input and is told by source.error().
 bool readStream(ByteSource& source, RecordReader& reader, std::optional<int> chunk, const ReadSteps& steps);
 
 }  // namespace vkcomm

@@ -1,10 +1,9 @@
 #include "host/decode_summary.h"
 
-#include <cmath>
 #include <numeric>
 
 #include "host/field_writer.h"
-#include "vkcomm/gpstime/gps_time.h"
+#include "host/time_text.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
@@ -16,27 +15,10 @@ std::uint64_t total(const Counts& counts) {
     return std::accumulate(counts.begin(), counts.end(), std::uint64_t{0});
 }
 
-// "2009-12-18 23:07:00.000", or the time of day alone.
-std::string timeText(const std::optional<ReceiverTime>& time) {
-    if (!time) return "-";
-    long year = 0;
-    long month = 0;
-    long day = 0;
-    long hour = 0;
-    long minute = 0;
-    double second = 0.0;
-    const double milliseconds = std::round(time->seconds * 1000.0) / 1000.0;
-    gps_to_ymdhms(time->week.value_or(0), milliseconds, &year, &month, &day, &hour, &minute, &second);
-    std::string text;
-    if (time->week) appendFormat(text, "%04ld-%02ld-%02ld ", year, month, day);
-    appendFormat(text, "%02ld:%02ld:%06.3f", hour, minute, std::floor(second * 1000.0 + 0.5) / 1000.0);
-    return text;
-}
-
 std::string rateText(std::optional<double> hertz) {
     if (!hertz) return "-";
     std::string text;
-    appendFormat(text, "%.2f Hz", *hertz);
+    appendFormat(text, "%.3f", *hertz);
     return text;
 }
 
@@ -71,19 +53,19 @@ std::optional<double> DecodeSummary::Message::rate() const {
 void DecodeSummary::appendText(std::string& out, std::string_view file,
                                const DecoderCounters& counters) const {
     if (!file.empty()) appendFormat(out, "%.*s\n", static_cast<int>(file.size()), file.data());
+    if (!m_messages.empty())
+        appendFormat(out, "%10s  %-13s %6s  %-16s %9s  %-23s  %-23s %-3s  %s\n", "count", "family", "id",
+                     "name", "rate (Hz)", "first", "last", "", "meaning");
     for (const auto& [kind, message] : m_messages) {
         const RecordName name = nameOf(kind);
-        const std::string_view shown = name.empty() ? std::string_view("-") : name.view();
-        const std::string_view family = familyNameOf(kind);
-        const std::string_view meaning = meaningOf(kind);
-        const std::string first = timeText(message.first);
-        const std::string last = timeText(message.last);
-        const std::string rate = rateText(message.rate());
-        appendFormat(out, "%10llu  %-13.*s %6u  %-16.*s %11s  %-23s  %-23s  %.*s%s\n",
-                     static_cast<unsigned long long>(message.count), static_cast<int>(family.size()),
-                     family.data(), kind.id, static_cast<int>(shown.size()), shown.data(), rate.c_str(),
-                     first.c_str(), last.c_str(), static_cast<int>(meaning.size()), meaning.data(),
-                     kind.source == RecordSource::kCarried ? " (carried)" : "");
+        const std::string shown(name.empty() ? std::string_view("-") : name.view());
+        const std::string family(familyNameOf(kind));
+        const std::string meaning(meaningOf(kind));
+        appendFormat(out, "%10llu  %-13s %6u  %-16s %9s  %-23s  %-23s %-3s  %s%s\n",
+                     static_cast<unsigned long long>(message.count), family.c_str(), kind.id, shown.c_str(),
+                     rateText(message.rate()).c_str(), timeText(message.first).c_str(),
+                     timeText(message.last).c_str(), message.last ? scaleText(message.last->scale) : "",
+                     meaning.c_str(), kind.source == RecordSource::kCarried ? " (carried)" : "");
     }
     appendFormat(out, "%10llu  records from %llu bytes, %llu bytes in no record\n",
                  static_cast<unsigned long long>(total(counters.records)),
@@ -98,7 +80,7 @@ void DecodeSummary::appendJson(std::string& out, std::string_view file,
                                const DecoderCounters& counters) const {
     out += '{';
     FieldWriter fields(out, LineFormat::kJson);
-    if (!file.empty()) fields.text("file", file);
+    if (!file.empty()) fields.fileName("file", file);
     fields.integer("bytes", static_cast<std::int64_t>(counters.received));
     fields.integer("dropped_bytes", static_cast<std::int64_t>(counters.dropped));
     fields.integer("records", static_cast<std::int64_t>(total(counters.records)));
@@ -123,7 +105,7 @@ void DecodeSummary::appendJson(std::string& out, std::string_view file,
         if (kind.source == RecordSource::kCarried) member.boolean("carried", true);
         if (const auto rate = message.rate()) member.real("rate_hz", *rate, 3);
         if (message.first) {
-            member.text("time_scale", message.last->scale == TimeScale::kGps ? "gps" : "utc");
+            member.text("time_scale", scaleText(message.last->scale));
             writeTime(member, "first_week", "first_seconds", *message.first);
             writeTime(member, "last_week", "last_seconds", *message.last);
         }

@@ -13,8 +13,8 @@ constexpr unsigned char kNotCorrectedByUtc = 0x20;  // in the byte of the hour
 // One of the twelve satellites of message 33: number and status, elevation, azimuth (nine bits) and SBAS
 // number, signal.
 struct Visible {
-    int number;  // of a GPS satellite; 0: SBAS
-    int sbas;
+    int number;  // of a GPS satellite, five bits; 0: SBAS or PRN 32
+    int sbas;    // 0: none
     bool used;
     int elevation;
     int azimuth;
@@ -51,9 +51,7 @@ public:
         snapshot.time = time();
         const CmcNavigation& navigation = m_messages.Navigation();
         if (hasFix()) {
-            snapshot.position = SnapshotPosition{navigation.position.latitude * kDegreesPerRadian,
-                                                 navigation.position.longitude * kDegreesPerRadian,
-                                                 navigation.position.height};
+            snapshot.position = snapshotPosition(navigation.position);
             snapshot.quality = ggaQuality(gga());
         }
         if (m_positionSeen) {
@@ -78,9 +76,12 @@ private:
 
     static SnapshotSatellite satelliteOf(const Visible& visible) {
         constexpr int kSbasOffset = 87;
+        constexpr int kBeyondFiveBits = 32;
         SnapshotSatellite satellite{
             SatelliteSystem::kGps, visible.number, visible.elevation, visible.azimuth, {}, visible.used};
-        if (visible.number == 0) {
+        if (visible.number == 0 && visible.sbas == 0) {
+            satellite.number = kBeyondFiveBits;
+        } else if (visible.number == 0) {
             satellite.system = SatelliteSystem::kSbas;
             satellite.number = visible.sbas + kSbasOffset;
         }
@@ -95,8 +96,9 @@ private:
         return hasFix() ? RecordUse::kPosition : RecordUse::kNoFix;
     }
 
-    RecordUse message30(ByteSpan frame) {
-        m_messages.vProcess30Dat(frame);
+    template <void (CCMCFormat::*Process)(ByteSpan)>
+    RecordUse store(ByteSpan frame) {
+        (m_messages.*Process)(frame);
         return RecordUse::kStored;
     }
 
@@ -111,29 +113,12 @@ private:
         return RecordUse::kStored;
     }
 
-    RecordUse identification(ByteSpan frame) {
-        m_messages.vProcess45Dat(frame);
-        return RecordUse::kStored;
-    }
-
-    RecordUse status(ByteSpan frame) {
-        m_messages.vProcess49Dat(frame);
-        return RecordUse::kStored;
-    }
-
-    RecordUse ionosphere(ByteSpan frame) {
-        m_messages.vProcess75Dat(frame);
-        return RecordUse::kStored;
-    }
-
     void writeNavigation(FieldWriter& out, ByteSpan) const {
         const CmcNavigation& navigation = m_messages.Navigation();
         out.text("time_scale", m_scale == TimeScale::kGps ? "gps" : "utc");
         out.integer("week", navigation.gpsWeek);
         out.real("seconds_of_week", navigation.gpsSeconds, 3);
-        writePosition(out, navigation.position.latitude * kDegreesPerRadian,
-                      navigation.position.longitude * kDegreesPerRadian);
-        out.real("height_ellipsoid_m", navigation.position.height, 4);
+        writePlace(out, navigation.position);
         out.real("horizontal_merit_m", navigation.horizontalMerit, 3);
         out.real("vertical_merit_m", navigation.verticalMerit, 3);
         out.real("hdop", navigation.hdop, 1);
@@ -187,11 +172,12 @@ std::span<const MessageRow<CmcParser>> CmcParser::rows() {
     using P = CmcParser;
     static constexpr MessageRow<P> kRows[] = {
         {LOG_CMC_BINARY, kCmcNavigation, 74, &P::navigation, &P::writeNavigation},
-        {LOG_CMC_BINARY, kCmcMessage30, 7, &P::message30, &P::writeMessage30},
+        {LOG_CMC_BINARY, kCmcMessage30, 7, &P::store<&CCMCFormat::vProcess30Dat>, &P::writeMessage30},
         {LOG_CMC_BINARY, kCmcVisibility, 7, &P::visibility, &P::writeVisibility},
-        {LOG_CMC_BINARY, kCmcIdentification, 88, &P::identification, &P::writeIdentification},
-        {LOG_CMC_BINARY, kCmcReceiverStatus, 27, &P::status, &P::writeStatus},
-        {LOG_CMC_BINARY, kCmcIonoUtc, 15, &P::ionosphere, &P::writeIonosphere},
+        {LOG_CMC_BINARY, kCmcIdentification, 88, &P::store<&CCMCFormat::vProcess45Dat>,
+         &P::writeIdentification},
+        {LOG_CMC_BINARY, kCmcReceiverStatus, 27, &P::store<&CCMCFormat::vProcess49Dat>, &P::writeStatus},
+        {LOG_CMC_BINARY, kCmcIonoUtc, 15, &P::store<&CCMCFormat::vProcess75Dat>, &P::writeIonosphere},
     };
     return kRows;
 }

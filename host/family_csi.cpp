@@ -108,25 +108,16 @@ private:
         return RecordUse::kStored;
     }
 
-    RecordUse message96(ByteSpan record) {
-        m_messages.ProcessSBinaryMsg96(record);
-        return RecordUse::kStored;
-    }
-
-    RecordUse message99(ByteSpan record) {
-        m_messages.ProcessSBinaryMsg99(record);
-        return RecordUse::kStored;
-    }
-
-    RecordUse reply(ByteSpan record) {
-        m_messages.ProcessCSISHOW(record);
+    template <void (CCSIFormat::*Process)(ByteSpan)>
+    RecordUse store(ByteSpan record) {
+        (m_messages.*Process)(record);
         return RecordUse::kStored;
     }
 
     void writeMessage1(FieldWriter& out, ByteSpan) const {
         const CsiNavigation& navigation = m_messages.Navigation();
         writeGpsTime(out, navigation.gpsWeek, navigation.gpsSeconds);
-        writePosition(out, navigation.latitude, navigation.longitude);
+        writeDegrees(out, navigation.latitude, navigation.longitude);
         out.real("height_ellipsoid_m", navigation.height, 4);
         out.real("velocity_north_m_s", navigation.velocityNorth, 4);
         out.real("velocity_east_m_s", navigation.velocityEast, 4);
@@ -186,9 +177,9 @@ std::span<const MessageRow<CsiParser>> CsiParser::rows() {
     static constexpr MessageRow<P> kRows[] = {
         {LOG_HEMISPHERE_BINARY, kBin1, 58, &P::message1, &P::writeMessage1},
         {LOG_HEMISPHERE_BINARY, kBin2, 22, &P::message2, &P::writeMessage2},
-        {LOG_HEMISPHERE_BINARY, kBin96, 308, &P::message96, &P::writeTable},
-        {LOG_HEMISPHERE_BINARY, kBin99, 308, &P::message99, &P::writeTable},
-        {LOG_CSI_REPLY, kCsiReply, 0, &P::reply, &P::writeReply},
+        {LOG_HEMISPHERE_BINARY, kBin96, 308, &P::store<&CCSIFormat::ProcessSBinaryMsg96>, &P::writeTable},
+        {LOG_HEMISPHERE_BINARY, kBin99, 308, &P::store<&CCSIFormat::ProcessSBinaryMsg99>, &P::writeTable},
+        {LOG_CSI_REPLY, kCsiReply, 0, &P::store<&CCSIFormat::ProcessCSISHOW>, &P::writeReply},
     };
     return kRows;
 }

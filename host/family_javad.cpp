@@ -11,8 +11,6 @@ namespace vkcomm {
 namespace {
 
 constexpr std::size_t kHead = 5;
-constexpr double kDay = 86400.0;
-constexpr double kWeek = 7 * kDay;
 
 ByteSpan bodyOf(ByteSpan message) { return message.subspan(kHead); }
 
@@ -53,9 +51,7 @@ public:
         ReceiverSnapshot snapshot;
         snapshot.time = time();
         if (hasFix()) {
-            const BLH position = CConvert::XYZtoBLH(m_messages.Position().position);
-            snapshot.position = SnapshotPosition{position.latitude * kDegreesPerRadian,
-                                                 position.longitude * kDegreesPerRadian, position.height};
+            snapshot.position = snapshotPosition(CConvert::XYZtoBLH(m_messages.Position().position));
             snapshot.quality = ggaQuality(gga());
         }
         if (m_statisticsSeen) {
@@ -113,33 +109,16 @@ private:
         return satellite;
     }
 
-    RecordUse position() const { return hasFix() ? RecordUse::kPosition : RecordUse::kNoFix; }
-
-    RecordUse po(ByteSpan message) {
-        m_messages.vProcessPO(bodyOf(message));
-        return position();
+    template <void (CJavadFormat::*Process)(ByteSpan)>
+    RecordUse position(ByteSpan message) {
+        (m_messages.*Process)(bodyOf(message));
+        return hasFix() ? RecordUse::kPosition : RecordUse::kNoFix;
     }
 
-    RecordUse pv(ByteSpan message) {
-        m_messages.vProcessPV(bodyOf(message));
-        return position();
-    }
-
-    RecordUse dp(ByteSpan message) {
-        m_messages.vProcessDP(bodyOf(message));
-        m_dopsSeen = true;
-        return RecordUse::kStored;
-    }
-
-    RecordUse sg(ByteSpan message) {
-        m_messages.vProcessSG(bodyOf(message));
-        m_rmsSeen = true;
-        return RecordUse::kStored;
-    }
-
-    RecordUse ps(ByteSpan message) {
-        m_messages.vProcessPS(bodyOf(message));
-        m_statisticsSeen = true;
+    template <void (CJavadFormat::*Process)(ByteSpan), bool JavadParser::*Seen>
+    RecordUse store(ByteSpan message) {
+        (m_messages.*Process)(bodyOf(message));
+        this->*Seen = true;
         return RecordUse::kStored;
     }
 
@@ -166,7 +145,7 @@ private:
 
     RecordUse timeOfDay(ByteSpan message) {
         const double second = loadLe<std::uint32_t>(bodyOf(message).data()) / 1000.0;
-        if (m_secondOfDay && second < *m_secondOfDay - kDay / 2) m_dateSeconds += kDay;
+        if (m_secondOfDay && second < *m_secondOfDay - kSecondsPerDay / 2) m_dateSeconds += kSecondsPerDay;
         m_secondOfDay = second;
         fillTime();
         return RecordUse::kStored;
@@ -177,9 +156,10 @@ private:
     void fillTime() {
         if (m_weekAsSent || !m_secondOfDay) return;
         const double seconds = (m_dateWeek ? m_dateSeconds : 0.0) + *m_secondOfDay;
-        const double weeks = std::floor(seconds / kWeek);
+        const double weeks = std::floor(seconds / kSecondsPerWeek);
         std::array<unsigned char, 7> body{};
-        storeLe(body.data(), static_cast<std::uint32_t>(std::lround((seconds - weeks * kWeek) * 1000.0)));
+        storeLe(body.data(),
+                static_cast<std::uint32_t>(std::lround((seconds - weeks * kSecondsPerWeek) * 1000.0)));
         storeLe(body.data() + 4,
                 static_cast<std::uint16_t>(m_dateWeek.value_or(0) + static_cast<int>(weeks)));
         m_messages.vProcessGT(ByteSpan(body));
@@ -228,12 +208,8 @@ private:
 
     void writePo(FieldWriter& out, ByteSpan) const {
         const JavadPosition& area = m_messages.Position();
-        const BLH position = CConvert::XYZtoBLH(area.position);
-        writePosition(out, position.latitude * kDegreesPerRadian, position.longitude * kDegreesPerRadian);
-        out.real("height_ellipsoid_m", position.height, 4);
-        out.real("x_m", area.position.x, 4);
-        out.real("y_m", area.position.y, 4);
-        out.real("z_m", area.position.z, 4);
+        writePlace(out, CConvert::XYZtoBLH(area.position));
+        writeXyz(out, area.position);
         out.real("sigma_position_m", area.sigma, 4);
         out.integer("solution_type", area.solutionType);
     }
@@ -385,11 +361,12 @@ std::span<const MessageRow<JavadParser>> JavadParser::rows() {
         {LOG_NONE, javadId("::"), 10, &P::timeOfDay, &P::writeTimeOfDay},
         {LOG_NONE, javadId("RD"), 11, &P::rd, &P::writeRd},
         {LOG_NONE, javadId("GT"), 12, &P::gt, &P::writeGt},
-        {LOG_NONE, javadId("PO"), 35, &P::po, &P::writePo},
-        {LOG_NONE, javadId("PV"), 51, &P::pv, &P::writePo},
-        {LOG_NONE, javadId("DP"), 19, &P::dp, &P::writeDp},
-        {LOG_NONE, javadId("SG"), 23, &P::sg, &P::writeSg},
-        {LOG_NONE, javadId("PS"), 14, &P::ps, &P::writePs},
+        {LOG_NONE, javadId("PO"), 35, &P::position<&CJavadFormat::vProcessPO>, &P::writePo},
+        {LOG_NONE, javadId("PV"), 51, &P::position<&CJavadFormat::vProcessPV>, &P::writePo},
+        {LOG_NONE, javadId("DP"), 19, &P::store<&CJavadFormat::vProcessDP, &P::m_dopsSeen>, &P::writeDp},
+        {LOG_NONE, javadId("SG"), 23, &P::store<&CJavadFormat::vProcessSG, &P::m_rmsSeen>, &P::writeSg},
+        {LOG_NONE, javadId("PS"), 14, &P::store<&CJavadFormat::vProcessPS, &P::m_statisticsSeen>,
+         &P::writePs},
         {LOG_NONE, javadId("SI"), 6, &P::si, &P::writeSi},
         {LOG_NONE, javadId("EL"), 6, &P::el, &P::writeEl},
         {LOG_NONE, javadId("AZ"), 6, &P::az, &P::writeAz},

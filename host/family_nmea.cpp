@@ -12,27 +12,25 @@ namespace vkcomm {
 
 namespace {
 
-constexpr double kDay = 86400.0;
-constexpr double kWeek = 7 * kDay;
-
-std::string_view textOf(ByteSpan sentence) {
-    return {reinterpret_cast<const char*>(sentence.data()), sentence.size()};
-}
-
 double secondOfDay(const NmeaTime& time) { return time.hour * 3600.0 + time.minute * 60.0 + time.second; }
 
-// "12:34:56.78", with the seconds as sent: to the hundredth.
-void writeTime(FieldWriter& out, const NmeaTime& time) {
-    std::string text;
-    appendInteger(text, time.hour, 2);
-    text += ':';
-    appendInteger(text, time.minute, 2);
-    text += ':';
-    appendFixed(text, time.second, 2, 5);
-    out.text("utc", text);
+// RMC and ZDA may come without a date.
+bool hasDate(const NmeaTime& time) {
+    return time.year >= 1980 && time.year <= 9999 && time.month >= 1 && time.month <= 12 && time.day >= 1 &&
+           time.day <= 31;
+}
+
+// "12:34:56.789", its digits as they were sent: a sentence is stored only with a time of six characters.
+void writeTime(FieldWriter& out, const CNmeaFormat& parser) {
+    const std::string_view sentence = parser.LastSentence();
+    const std::size_t start = sentence.find_first_of(",*", 1) + 1;
+    std::string time(sentence.substr(start, sentence.find_first_of(",*", start) - start));
+    time.insert(4, 1, ':').insert(2, 1, ':');
+    out.text("utc", time);
 }
 
 void writeDate(FieldWriter& out, const NmeaTime& time) {
+    if (!hasDate(time)) return;
     std::string text;
     appendInteger(text, time.year, 4);
     text += '-';
@@ -46,9 +44,8 @@ void writeDate(FieldWriter& out, const NmeaTime& time) {
 
 void writeGga(FieldWriter& out, const CNmeaFormat& parser) {
     const NmeaFix& fix = parser.Fix();
-    writeTime(out, parser.Time());
-    writePosition(out, fix.position.latitude * kDegreesPerRadian, fix.position.longitude * kDegreesPerRadian);
-    out.real("height_ellipsoid_m", fix.position.height, 4);
+    writeTime(out, parser);
+    writePlace(out, fix.position);
     out.integer("quality", fix.quality);
     out.integer("satellites", fix.satellites);
     out.real("hdop", parser.Dops().hdop, 2);
@@ -64,7 +61,7 @@ void writeGsa(FieldWriter& out, const CNmeaFormat& parser) {
 
 void writeGst(FieldWriter& out, const CNmeaFormat& parser) {
     const NmeaErrors& errors = parser.Errors();
-    writeTime(out, parser.Time());
+    writeTime(out, parser);
     out.real("sigma_latitude_m", errors.latitude, 4);
     out.real("sigma_longitude_m", errors.longitude, 4);
     out.real("sigma_height_m", errors.height, 4);
@@ -73,7 +70,7 @@ void writeGst(FieldWriter& out, const CNmeaFormat& parser) {
 
 void writeRmc(FieldWriter& out, const CNmeaFormat& parser) {
     const NmeaMotion& motion = parser.Motion();
-    writeTime(out, parser.Time());
+    writeTime(out, parser);
     writeDate(out, parser.Time());
     out.real("speed_m_s", motion.speed, 3);
     out.real("course_deg", motion.course * kDegreesPerRadian, 3);
@@ -81,7 +78,7 @@ void writeRmc(FieldWriter& out, const CNmeaFormat& parser) {
 }
 
 void writeZda(FieldWriter& out, const CNmeaFormat& parser) {
-    writeTime(out, parser.Time());
+    writeTime(out, parser);
     writeDate(out, parser.Time());
 }
 
@@ -96,17 +93,6 @@ constexpr ParsedSentence kParsedSentences[] = {
     {kNmeaGst, &CNmeaFormat::bProcessGST, writeGst}, {kNmeaRmc, &CNmeaFormat::bProcessRMC, writeRmc},
     {kNmeaZda, &CNmeaFormat::bProcessZDA, writeZda},
 };
-
-void writeFields(FieldWriter& out, std::string_view sentence) {
-    const std::string_view data = sentence.substr(0, sentence.rfind('*'));
-    out.beginList("fields");
-    for (std::size_t comma = data.find(','); comma != std::string_view::npos;) {
-        const std::size_t next = data.find(',', comma + 1);
-        out.item(data.substr(comma + 1, next == std::string_view::npos ? next : next - comma - 1));
-        comma = next;
-    }
-    out.endList();
-}
 
 // Satellites are kept by talker as they are sent: one GSV cycle each.
 constexpr SatelliteSystem systemOf(unsigned talker) {
@@ -159,33 +145,20 @@ public:
 
     void writeValues(FieldWriter& out, const RecordView& record) const override {
         if (!m_row)
-            writeFields(out, textOf(record.bytes));
+            writeFields(out, textOf(record.bytes), ",");
         else if (m_stored)
             m_row->write(out, m_parser);
         else
             out.boolean("stored", false);
     }
 
-    // A date holds for the day that began before or at its sentence's time: a time more than half a day
-    // earlier is that of the next day.
-    std::optional<ReceiverTime> time() const override {
-        if (!m_timeSeen) return std::nullopt;
-        const double seconds = secondOfDay(m_parser.Time());
-        if (!m_dateSeen) return ReceiverTime{{}, seconds, TimeScale::kUtc};
-        const double nextDay = seconds < m_dateSecond - kDay / 2 ? kDay : 0.0;
-        const double ofWeek = m_dayOfWeek * kDay + nextDay + seconds;
-        const int weeks = static_cast<int>(std::floor(ofWeek / kWeek));
-        return ReceiverTime{m_dateWeek + weeks, ofWeek - weeks * kWeek, TimeScale::kUtc};
-    }
+    std::optional<ReceiverTime> time() const override { return m_time; }
 
     ReceiverSnapshot snapshot() const override {
         ReceiverSnapshot snapshot;
         snapshot.time = time();
         const NmeaFix& fix = m_parser.Fix();
-        if (m_hasFix)
-            snapshot.position =
-                SnapshotPosition{fix.position.latitude * kDegreesPerRadian,
-                                 fix.position.longitude * kDegreesPerRadian, fix.position.height};
+        if (m_hasFix) snapshot.position = snapshotPosition(fix.position);
         snapshot.quality = m_hasFix ? fix.quality : 0;
         if (m_parser.Flags().gga) {
             snapshot.satellitesUsed = fix.satellites;
@@ -216,22 +189,36 @@ private:
     using Cycle = std::array<std::string, kMostSentences>;
 
     RecordUse noted(unsigned formatter, ByteSpan sentence) {
-        if (formatter != kNmeaGsa) m_timeSeen = true;
         if (formatter == kNmeaRmc || formatter == kNmeaZda) noteDate();
+        if (formatter != kNmeaGsa) noteTime();
         if (formatter != kNmeaGga) return RecordUse::kStored;
         m_gga = textOf(sentence);
         m_hasFix = m_parser.Fix().quality > 0;
         return m_hasFix ? RecordUse::kPosition : RecordUse::kNoFix;
     }
 
+    // A date holds for the day that began before or at its sentence's time: a time more than half a day
+    // earlier is that of the next day.
+    void noteTime() {
+        const double seconds = secondOfDay(m_parser.Time());
+        if (!(seconds >= 0.0 && seconds <= kSecondsPerDay)) return;
+        m_time = ReceiverTime{{}, seconds, TimeScale::kUtc};
+        if (!m_dateSeen) return;
+        const double nextDay = seconds < m_dateSecond - kSecondsPerDay / 2 ? kSecondsPerDay : 0.0;
+        const double ofWeek = m_dayOfWeek * kSecondsPerDay + nextDay + seconds;
+        const int weeks = static_cast<int>(std::floor(ofWeek / kSecondsPerWeek));
+        m_time = ReceiverTime{m_dateWeek + weeks, ofWeek - weeks * kSecondsPerWeek, TimeScale::kUtc};
+    }
+
     void noteDate() {
         const NmeaTime& time = m_parser.Time();
+        if (!hasDate(time)) return;
         long week = 0;
-        double seconds = -1.0;
+        double seconds = 0.0;
         ymdhms_to_gps(time.year, time.month, time.day, 0, 0, 0.0, &week, &seconds);
-        m_dateSeen = seconds >= 0.0;
+        m_dateSeen = true;
         m_dateWeek = static_cast<int>(week);
-        m_dayOfWeek = static_cast<int>(seconds / kDay);
+        m_dayOfWeek = static_cast<int>(seconds / kSecondsPerDay);
         m_dateSecond = secondOfDay(time);
     }
 
@@ -249,10 +236,12 @@ private:
         return RecordUse::kStored;
     }
 
+    // What stands behind the star is no satellite.
     void appendSatellites(ReceiverSnapshot& snapshot) const {
         for (unsigned talker = 0; talker < kTalkers; ++talker)
-            for (const std::string& sentence : m_satellites[talker])
-                appendSatellites(systemOf(talker), SentenceFields(sentence), snapshot);
+            for (const std::string_view sentence : m_satellites[talker])
+                appendSatellites(systemOf(talker), SentenceFields(sentence.substr(0, sentence.rfind('*'))),
+                                 snapshot);
     }
 
     static void appendSatellites(SatelliteSystem system, const SentenceFields& fields,
@@ -273,7 +262,7 @@ private:
     CNmeaFormat m_parser;
     const ParsedSentence* m_row = nullptr;
     bool m_stored = false;
-    bool m_timeSeen = false;
+    std::optional<ReceiverTime> m_time;  // of the last sentence that has one
     bool m_dateSeen = false;
     bool m_hasFix = false;
     int m_dateWeek = 0;

@@ -1,9 +1,11 @@
 // OEM4 logs of NovAtel receivers, binary and ASCII.
 #include <array>
+#include <cmath>
 #include <vector>
 
 #include "host/family_rows.h"
 #include "vkcomm/formats/oem4_format.h"
+#include "vkcomm/formats/sentence_fields.h"
 
 namespace vkcomm {
 
@@ -77,6 +79,7 @@ public:
         m_isLog = record.type == LOG_OEM4_BINARY && record.bytes.size() >= kOem4HeaderSize + 4;
         m_isResponse = false;
         forgetRow();
+        if (record.type == LOG_OEM4_ASCII) readAsciiHeader(record.bytes);
         if (!m_isLog) return RecordUse::kNone;
         m_header = loadOem4Header(record.bytes.data());
         m_isResponse = m_header.isResponse();
@@ -186,13 +189,9 @@ private:
             level->cn0 = std::max(level->cn0, cn0);
     }
 
-    RecordUse version(ByteSpan log) {
-        m_logs.vProcessVerDataB(log);
-        return RecordUse::kStored;
-    }
-
-    RecordUse rawephem(ByteSpan log) {
-        m_logs.vProcessRawEphemB(log);
+    template <void (CNOEM4Format::*Process)(ByteSpan)>
+    RecordUse store(ByteSpan log) {
+        (m_logs.*Process)(log);
         return RecordUse::kStored;
     }
 
@@ -208,7 +207,9 @@ private:
     RecordUse shown(ByteSpan) { return RecordUse::kStored; }
 
     RecordUse serverEpoch(ByteSpan log) {
-        return decodePellEpoch(log, m_epoch) ? RecordUse::kStored : RecordUse::kNone;
+        constexpr std::size_t kCrc = 4;
+        const ByteSpan withoutCrc = log.first(log.size() - std::min(log.size(), kCrc));
+        return decodePellEpoch(withoutCrc, m_epoch) ? RecordUse::kStored : RecordUse::kNone;
     }
 
     RecordUse serverStation(ByteSpan log) {
@@ -232,7 +233,7 @@ private:
         out.integer("solution_status", body.solutionStatus);
         out.integer("position_type", body.positionType);
         out.text("position_type_name", positionTypeName(body.positionType));
-        writePosition(out, body.latitude, body.longitude);
+        writeDegrees(out, body.latitude, body.longitude);
         out.real("height_m", body.height, 4);
         out.real("undulation_m", body.undulation, 4);
         out.integer("datum", body.datum);
@@ -325,9 +326,9 @@ private:
         m_logs.vProcessRefStationB(log, record);
         ByteReader body(ByteSpan(record.bytes).subspan(kOem4HeaderSize));
         out.integer("status", body.le<std::uint32_t>());
-        out.real("x_m", body.le<double>(), 4);
-        out.real("y_m", body.le<double>(), 4);
-        out.real("z_m", body.le<double>(), 4);
+        const auto x = body.le<double>();
+        const auto y = body.le<double>();
+        writeXyz(out, {x, y, body.le<double>()});
         out.integer("health", body.le<std::uint32_t>());
         out.integer("station_type", body.le<std::uint32_t>());
         out.text("station", lineOf(body.bytes(body.remaining())));
@@ -362,9 +363,7 @@ private:
 
     void writeServerStation(FieldWriter& out, ByteSpan) const {
         out.integer("station", m_station.station);
-        out.real("x_m", m_station.x, 4);
-        out.real("y_m", m_station.y, 4);
-        out.real("z_m", m_station.z, 4);
+        writeXyz(out, {m_station.x, m_station.y, m_station.z});
     }
 
     void writeMessage915(FieldWriter& out, ByteSpan log) const {
@@ -377,16 +376,20 @@ private:
         return lineOf(body.subspan(std::min(body.size(), kResponseCode)));
     }
 
-    static void writeAscii(FieldWriter& out, ByteSpan record) {
-        std::string_view text = lineOf(record);
-        text = text.substr(0, text.rfind('*'));
-        out.beginList("fields");
-        for (std::size_t at = text.find(','); at != std::string_view::npos;) {
-            const std::size_t next = text.find_first_of(",;", at + 1);
-            out.item(text.substr(at + 1, next == std::string_view::npos ? next : next - at - 1));
-            at = next;
-        }
-        out.endList();
+    // Week and seconds stand behind the time status.
+    void readAsciiHeader(ByteSpan record) {
+        const std::string_view line = lineOf(record);
+        const SentenceFields header(line.substr(0, line.find(';')));
+        const double seconds = header.real(6);
+        m_header = {};
+        if (!(seconds >= 0.0 && seconds < kSecondsPerWeek)) return;
+        m_header.week = static_cast<std::uint16_t>(std::clamp(header.integer(5), 0, 0xFFFF));
+        m_header.milliseconds = static_cast<std::uint32_t>(std::lround(seconds * 1000.0));
+    }
+
+    void writeAscii(FieldWriter& out, ByteSpan record) const {
+        if (const auto made = time()) writeGpsTime(out, *made->week, made->seconds);
+        writeFields(out, lineOf(record), ",;");
     }
 
     SnapshotSatellite& satellite(std::vector<SnapshotSatellite>& satellites, int prn) const {
@@ -434,8 +437,8 @@ std::span<const MessageRow<Oem4Parser>> Oem4Parser::rows() {
         {LOG_OEM4_BINARY, kOem4Rangecmp, 36, &P::rangecmp, &P::writeRangecmp},
         {LOG_OEM4_BINARY, kOem4Psrdop, 60, &P::psrdop, &P::writePsrdop},
         {LOG_OEM4_BINARY, kOem4Satvis, 44, &P::satvis, &P::writeSatvis},
-        {LOG_OEM4_BINARY, kOem4Rawephem, 134, &P::rawephem, &P::writeRawephem},
-        {LOG_OEM4_BINARY, kOem4Version, 144, &P::version, &P::writeVersion},
+        {LOG_OEM4_BINARY, kOem4Rawephem, 134, &P::store<&CNOEM4Format::vProcessRawEphemB>, &P::writeRawephem},
+        {LOG_OEM4_BINARY, kOem4Version, 144, &P::store<&CNOEM4Format::vProcessVerDataB>, &P::writeVersion},
         {LOG_OEM4_BINARY, kOem4Refstation, 73, &P::shown, &P::writeRefstation},
         {LOG_OEM4_BINARY, kOem4Passcom1, 116, &P::shown, &P::writePasscom},
         {LOG_OEM4_BINARY, kOem4Passcom2, 116, &P::shown, &P::writePasscom},

@@ -37,7 +37,8 @@ public:
     virtual std::string gga() const = 0;
 };
 
-// The parser of "nmea", "oem4", "trimble", "cmc", "csi", "javad" or "maker"; of any other name that of "nmea".
+// The parser of "nmea", "oem4", "trimble", "cmc", "csi", "javad" or "maker"; of any other name that of
+// "nmea".
 std::unique_ptr<FamilyParser> makeFamilyParser(std::string_view family);
 
 std::unique_ptr<FamilyParser> makeNmeaParser();

@@ -7,12 +7,11 @@
 #include <string_view>
 
 #include "host/family_parser.h"
+#include "vkcomm/datum/geodetic.h"
 
 namespace vkcomm {
 
 inline constexpr double kDegreesPerRadian = 57.29577951308232;
-// Nine decimals of a degree are a tenth of a millimetre.
-inline constexpr int kDegreeDecimals = 9;
 
 // One message that Family understands.
 template <typename Family>
@@ -68,10 +67,18 @@ int ggaQuality(std::string_view gga);
 // The text of a record up to its line end or a zero byte.
 std::string_view lineOf(ByteSpan record);
 
-void writeGpsTime(FieldWriter& out, int week, double seconds);
+// A position in radians, above the ellipsoid.
+SnapshotPosition snapshotPosition(const BLH& position);
 
-// A name that is the same in every family. Metres.
+// Values that have the same names in every family. Metres.
+void writeGpsTime(FieldWriter& out, int week, double seconds);
 void writeSigmas(FieldWriter& out, double north, double east, double up);
-void writePosition(FieldWriter& out, double latitudeDegrees, double longitudeDegrees);
+void writeDegrees(FieldWriter& out, double latitude, double longitude);
+// Latitude and longitude, given in radians, and the height above the ellipsoid.
+void writePlace(FieldWriter& out, const BLH& position);
+void writeXyz(FieldWriter& out, const XYZ& position);
+
+// The list "fields": what stands behind the first comma of text, up to its last star, cut at separators.
+void writeFields(FieldWriter& out, std::string_view text, std::string_view separators);
 
 }  // namespace vkcomm

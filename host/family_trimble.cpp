@@ -75,9 +75,7 @@ public:
         ReceiverSnapshot snapshot;
         snapshot.time = time();
         if (hasFix()) {
-            const BLH position = CConvert::XYZtoBLH(m_packets.Position());
-            snapshot.position = SnapshotPosition{position.latitude * kDegreesPerRadian,
-                                                 position.longitude * kDegreesPerRadian, position.height};
+            snapshot.position = snapshotPosition(CConvert::XYZtoBLH(m_packets.Position()));
             snapshot.quality = ggaQuality(gga());
         }
         if (m_seen[kPositionTime]) snapshot.satellitesUsed = m_packets.PositionTime().satellites;
@@ -117,8 +115,9 @@ private:
         return hasFix() ? RecordUse::kPosition : RecordUse::kNoFix;
     }
 
-    RecordUse rawdata(ByteSpan packet) {
-        m_packets.vProcessRawData(dataOf(packet));
+    template <void (CTrimbleFormat::*Process)(ByteSpan)>
+    RecordUse store(ByteSpan packet) {
+        (m_packets.*Process)(dataOf(packet));
         return RecordUse::kStored;
     }
 
@@ -127,16 +126,6 @@ private:
             if (dataOf(packet).size() < 2 + 4 * m_packets.SatelliteSets().size()) return RecordUse::kNone;
             m_packets.vProcessRetsvdata(dataOf(packet).subspan(2));
         }
-        return RecordUse::kStored;
-    }
-
-    RecordUse recstat1(ByteSpan packet) {
-        m_packets.vProcessRecstat1(dataOf(packet));
-        return RecordUse::kStored;
-    }
-
-    RecordUse retopt(ByteSpan packet) {
-        m_packets.vProcessRetopt(dataOf(packet));
         return RecordUse::kStored;
     }
 
@@ -159,8 +148,11 @@ private:
             if (m_reported[type]) out.item(static_cast<std::int64_t>(type));
         out.endList();
         if (m_reported[kPositionTime]) writePositionTime(out);
-        if (m_reported[kGeodetic] || m_reported[kCartesian]) writePlace(out);
-        if (m_reported[kDelta]) writeXyz(out, {"base_x_m", "base_y_m", "base_z_m"}, m_packets.BasePosition());
+        if (m_reported[kGeodetic] || m_reported[kCartesian]) {
+            writePlace(out, CConvert::XYZtoBLH(m_packets.Position()));
+            writeXyz(out, m_packets.Position());
+        }
+        if (m_reported[kDelta]) writeBase(out, m_packets.BasePosition());
         if (m_reported[kDops]) writeDops(out);
         if (m_reported[kSigmas]) writeSigmaRecord(out);
         if (m_reported[kSatellites]) writeSatellites(out);
@@ -175,18 +167,10 @@ private:
         out.integer("initialisations", time.initialisations);
     }
 
-    void writePlace(FieldWriter& out) const {
-        const BLH position = CConvert::XYZtoBLH(m_packets.Position());
-        writePosition(out, position.latitude * kDegreesPerRadian, position.longitude * kDegreesPerRadian);
-        out.real("height_ellipsoid_m", position.height, 4);
-        writeXyz(out, {"x_m", "y_m", "z_m"}, m_packets.Position());
-    }
-
-    static void writeXyz(FieldWriter& out, const std::array<std::string_view, 3>& names,
-                         const XYZ& position) {
-        out.real(names[0], position.x, 4);
-        out.real(names[1], position.y, 4);
-        out.real(names[2], position.z, 4);
+    static void writeBase(FieldWriter& out, const XYZ& base) {
+        out.real("base_x_m", base.x, 4);
+        out.real("base_y_m", base.y, 4);
+        out.real("base_z_m", base.z, 4);
     }
 
     void writeDops(FieldWriter& out) const {
@@ -244,9 +228,8 @@ private:
     }
 
     void writeRecstat1(FieldWriter& out, ByteSpan) const {
-        const CTrimbleFormat::ReceiverStatus& status = m_packets.Status();
-        out.text("satellites", std::string_view(reinterpret_cast<const char*>(status.data()) + 2, 2));
-        out.bytes("status", status);
+        out.text("satellites", textOf(m_packets.Status()).substr(2, 2));
+        out.bytes("status", m_packets.Status());
     }
 
     void writeRetopt(FieldWriter& out, ByteSpan) const {
@@ -275,13 +258,14 @@ private:
         const TrimbleBreakReply& reply = m_packets.BreakReply().Reply();
         out.text("identity", narrowed(reply.identity));
         out.text("second_identity", narrowed(reply.secondIdentity));
-        out.beginList("port");
-        for (const std::wstring& field : reply.port)
-            out.item(narrowed(field));
-        out.endList();
-        out.beginList("version");
-        for (const std::wstring& field : reply.version)
-            out.item(narrowed(field));
+        writeTexts(out, "port", reply.port);
+        writeTexts(out, "version", reply.version);
+    }
+
+    static void writeTexts(FieldWriter& out, std::string_view name, std::span<const std::wstring> texts) {
+        out.beginList(name);
+        for (const std::wstring& text : texts)
+            out.item(narrowed(text));
         out.endList();
     }
 
@@ -299,10 +283,12 @@ std::span<const MessageRow<TrimbleParser>> TrimbleParser::rows() {
     using P = TrimbleParser;
     static constexpr MessageRow<P> kRows[] = {
         {LOG_TRIMBLE_PACKET, kTrimbleGenout, 9, &P::genout, &P::writeGenout},
-        {LOG_TRIMBLE_PACKET, kTrimbleRawdata, 10, &P::rawdata, &P::writeRawdata},
+        {LOG_TRIMBLE_PACKET, kTrimbleRawdata, 10, &P::store<&CTrimbleFormat::vProcessRawData>,
+         &P::writeRawdata},
         {LOG_TRIMBLE_PACKET, kTrimbleRetsvdata, 8, &P::retsvdata, &P::writeRetsvdata},
-        {LOG_TRIMBLE_PACKET, kTrimbleRecstat1, 27, &P::recstat1, &P::writeRecstat1},
-        {LOG_TRIMBLE_PACKET, kTrimbleRetopt, 55, &P::retopt, &P::writeRetopt},
+        {LOG_TRIMBLE_PACKET, kTrimbleRecstat1, 27, &P::store<&CTrimbleFormat::vProcessRecstat1>,
+         &P::writeRecstat1},
+        {LOG_TRIMBLE_PACKET, kTrimbleRetopt, 55, &P::store<&CTrimbleFormat::vProcessRetopt>, &P::writeRetopt},
         {LOG_TRIMBLE_PACKET, kTrimbleRserial, 51, &P::rserial, &P::writeRserial},
         {LOG_TRIMBLE_PACKET, kTrimbleBreakret, 6, &P::breakret, &P::writeBreakret},
     };

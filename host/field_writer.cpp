@@ -23,6 +23,21 @@ constexpr std::array<bool, 256> kStandsForItself = [] {
 
 bool standsForItself(char c) { return kStandsForItself[static_cast<unsigned char>(c)]; }
 
+// Bytes of the UTF-8 character at the front of text, 0 when there is none. What begins a character that a
+// shorter form would do for, a surrogate or one above U+10FFFF tells by its second byte.
+std::size_t characterSize(std::string_view text) {
+    const auto at = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0u; };
+    const auto follows = [&](std::size_t i) { return at(i) >> 6 == 2; };
+    const unsigned lead = at(0);
+    if (lead < 0x80) return 1;
+    if (lead < 0xC2 || lead > 0xF4 || !follows(1)) return 0;
+    if (lead < 0xE0) return 2;
+    if ((lead == 0xE0 && at(1) < 0xA0) || (lead == 0xED && at(1) > 0x9F)) return 0;
+    if (lead < 0xF0) return follows(2) ? 3 : 0;
+    if ((lead == 0xF0 && at(1) < 0x90) || (lead == 0xF4 && at(1) > 0x8F)) return 0;
+    return follows(2) && follows(3) ? 4 : 0;
+}
+
 // Puts a few short pieces together and appends them at once: appending them one by one to the string costs
 // more than everything else here.
 class ShortPiece {
@@ -48,6 +63,21 @@ private:
 void FieldWriter::text(std::string_view name, std::string_view value) {
     this->name(name);
     quoted(value);
+}
+
+void FieldWriter::fileName(std::string_view name, std::string_view utf8) {
+    constexpr std::string_view kReplacement = "\xEF\xBF\xBD";
+    this->name(name);
+    m_out += '"';
+    while (!utf8.empty()) {
+        const std::size_t size = characterSize(utf8);
+        if (size == 1)
+            escaped(utf8[0]);
+        else
+            m_out += size == 0 ? kReplacement : utf8.substr(0, size);
+        utf8.remove_prefix(std::max<std::size_t>(size, 1));
+    }
+    m_out += '"';
 }
 
 void FieldWriter::integer(std::string_view name, std::int64_t value) {
@@ -86,6 +116,36 @@ void FieldWriter::bytes(std::string_view name, ByteSpan value) {
     if (json) m_out += '"';
     appendHex(m_out, value);
     if (json) m_out += '"';
+}
+
+void FieldWriter::split(std::string_view name, std::string_view value, std::string_view separators) {
+    beginList(name);
+    if (!splitPlain(value, separators))
+        for (std::size_t at = 0; at <= value.size();) {
+            const std::size_t end = std::min(value.find_first_of(separators, at), value.size());
+            item(value.substr(at, end - at));
+            at = end + 1;
+        }
+    endList();
+}
+
+// The usual case, in one go: no more than two quotes and a comma come in for each separator.
+bool FieldWriter::splitPlain(std::string_view value, std::string_view separators) {
+    if (separators.size() > 2 || !std::ranges::all_of(value, standsForItself)) return false;
+    const bool json = m_format == LineFormat::kJson;
+    const std::string_view between = json ? "\",\"" : ",";
+    const std::size_t start = m_out.size();
+    m_out.resize(start + 3 * value.size() + 2);
+    char* at = m_out.data() + start;
+    if (json) *at++ = '"';
+    for (const char c : value)
+        if (c == separators.front() || c == separators.back())
+            at = std::ranges::copy(between, at).out;
+        else
+            *at++ = c;
+    if (json) *at++ = '"';
+    m_out.resize(static_cast<std::size_t>(at - m_out.data()));
+    return true;
 }
 
 void FieldWriter::beginList(std::string_view name) {

@@ -19,6 +19,9 @@ public:
     FieldWriter(std::string& out, LineFormat format) : m_out(out), m_format(format) {}
 
     void text(std::string_view name, std::string_view value);
+    // A name from the system, for JSON: UTF-8 stays as it is but for what JSON must escape, a byte that
+    // belongs to no character becomes U+FFFD.
+    void fileName(std::string_view name, std::string_view utf8);
     void integer(std::string_view name, std::int64_t value);
     // With that many decimals.
     void real(std::string_view name, double value, int decimals);
@@ -27,6 +30,8 @@ public:
     void boolean(std::string_view name, bool value);
     // As lower-case hexadecimal text.
     void bytes(std::string_view name, ByteSpan value);
+    // As a list of texts: what stands between separators.
+    void split(std::string_view name, std::string_view value, std::string_view separators);
     // A list of texts, of numbers, or of groups of named values: {name=value name=value} in text form.
     void beginList(std::string_view name);
     void item(std::string_view value);
@@ -41,6 +46,7 @@ public:
 private:
     void name(std::string_view name);
     void nextItem();
+    bool splitPlain(std::string_view value, std::string_view separators);
     void fixed(double value, int decimals);
     void quoted(std::string_view value);
     void escaped(char c);

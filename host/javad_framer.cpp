@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <bit>
 
+#include "host/byte_text.h"
+
 namespace vkcomm {
 
 namespace {
@@ -35,7 +37,7 @@ std::optional<std::size_t> numberOf(ByteSpan digits) {
     return value;
 }
 
-std::string_view idOf(ByteSpan message) { return {reinterpret_cast<const char*>(message.data()), 2}; }
+std::string_view idOf(ByteSpan message) { return textOf(message.first(2)); }
 
 enum class Check { kByte, kDigits, kPlainText };
 
@@ -136,6 +138,12 @@ void JavadFramer::feed(ByteSpan bytes) {
 std::optional<JavadMessage> JavadFramer::next() { return search(false); }
 
 std::optional<JavadMessage> JavadFramer::nextAtEnd() { return search(true); }
+
+bool JavadFramer::giveUpLead() {
+    if (held() == 0) return false;
+    skip(1);
+    return true;
+}
 
 std::optional<JavadMessage> JavadFramer::search(bool atEnd) {
     while (held() > 0) {

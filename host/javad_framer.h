@@ -40,6 +40,8 @@ public:
     // next for the end of the stream: a message that is not whole is given up, and the search goes on behind
     // its first byte. Nothing means that no bytes are left.
     std::optional<JavadMessage> nextAtEnd();
+    // Gives up the first byte that is held; false when there is none.
+    bool giveUpLead();
 
     // Bytes fed so far are those of messages, lines given, separators (CR and LF outside of both), dropped
     // ones, and held ones.

@@ -88,7 +88,6 @@ void appendPositionLine(std::string& out, std::string_view file, const ReceiverS
 std::string ggaMovedBack(std::string_view gga, double seconds) {
     constexpr std::size_t kTimeAt = 7;  // "$GPGGA,hhmmss.ss,"
     constexpr std::size_t kTimeSize = 9;
-    constexpr double kDay = 86400.0;
     const std::size_t star = gga.find('*');
     std::string_view time = gga.substr(std::min(kTimeAt, gga.size()), kTimeSize);
     if (star == std::string_view::npos || time.size() < kTimeSize ||
@@ -96,8 +95,8 @@ std::string ggaMovedBack(std::string_view gga, double seconds) {
         return std::string(gga);
     const double sent = digit(time[0]) * 36000.0 + digit(time[1]) * 3600.0 + digit(time[2]) * 600.0 +
                         digit(time[3]) * 60.0 + parseDouble(time.substr(4));
-    double moved = std::fmod(sent - seconds, kDay);
-    if (moved < 0.0) moved += kDay;
+    double moved = std::fmod(sent - seconds, kSecondsPerDay);
+    if (moved < 0.0) moved += kSecondsPerDay;
     const auto hundredths = std::llround(moved * 100.0) % 8640000;
 
     std::string text(gga.substr(0, kTimeAt));

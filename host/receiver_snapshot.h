@@ -7,6 +7,9 @@
 
 namespace vkcomm {
 
+inline constexpr double kSecondsPerDay = 86400.0;
+inline constexpr double kSecondsPerWeek = 7 * kSecondsPerDay;
+
 enum class TimeScale : std::uint8_t { kGps, kUtc };
 
 struct ReceiverTime {

@@ -49,17 +49,27 @@ void RecordLines::appendText(std::string& out, const RoutedRecord& routed) const
     out += '\n';
 }
 
-void RecordLines::appendJson(std::string& out, const RoutedRecord& routed) const {
+// The members that tell the message, the same for all of its kind: kept, since they are half of a line.
+const std::string& RecordLines::membersOf(const MessageKind& kind) {
+    std::string& members = m_members[kind];
+    if (!members.empty()) return members;
+    FieldWriter fields(members, LineFormat::kJson);
+    fields.integer("type", kind.type);
+    fields.text("family", familyNameOf(kind));
+    fields.integer("id", kind.id);
+    const RecordName name = nameOf(kind);
+    fields.text("name", name.view());
+    return members;
+}
+
+void RecordLines::appendJson(std::string& out, const RoutedRecord& routed) {
     const RecordView& record = routed.record;
-    const RecordName name = nameOf(kindOf(record));
     out += '{';
     FieldWriter fields(out, LineFormat::kJson);
-    if (!m_file.empty()) fields.text("file", m_file);
+    if (!m_file.empty()) fields.fileName("file", m_file);
     fields.integer("offset", static_cast<std::int64_t>(record.offset));
-    fields.integer("type", record.type);
-    fields.text("family", familyNameOf(kindOf(record)));
-    fields.integer("id", record.id);
-    fields.text("name", name.view());
+    out += ',';
+    out += membersOf(kindOf(record));
     fields.integer("size", static_cast<std::int64_t>(record.bytes.size()));
     appendValues(fields, routed);
     out += "}\n";

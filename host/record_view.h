@@ -5,6 +5,7 @@
 #include <string_view>
 #include <tuple>
 
+#include "host/byte_text.h"
 #include "host/javad_framer.h"
 #include "vkcomm/decode/record_names.h"
 #include "vkcomm/decode/stream_decoder.h"

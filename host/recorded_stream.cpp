@@ -1,5 +1,7 @@
 #include "host/recorded_stream.h"
 
+#include <algorithm>
+
 namespace vkcomm {
 
 namespace {
@@ -22,8 +24,9 @@ std::unique_ptr<RecordedStream> RecordedStream::open(const std::string& path, co
 void RecordedStream::choose(const StreamChoice& choice) {
     m_chunk = choice.chunk;
     m_asked = m_family = choice.family;
-    if (choice.guess || m_asked) m_census.emplace(m_source->peek(StreamCensus::kEnough));
-    if (choice.guess && (!m_asked || isAll(m_asked))) {
+    const bool guess = choice.guess && (!m_asked || isAll(m_asked));
+    if (choice.guess || m_asked) look(guess);
+    if (guess) {
         m_family = m_census->guess();
         m_guessed = !m_asked;
     }
@@ -31,9 +34,28 @@ void RecordedStream::choose(const StreamChoice& choice) {
 
     m_decoder.vSetClock(m_clock);
     m_decoder.vSetTildeFrames(choice.tilde);
-    m_decoder.vSetDecodeMask(choice.mask.value_or(m_asked ? m_asked->decodeMask : kDecodeAll));
+    m_decoder.vSetDecodeMask(maskFor(choice));
     const bool javad = m_family && m_family->name == "javad";
     m_reader = javad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+}
+
+// Of a pipe only as much as there must be, a little more each time.
+void RecordedStream::look(bool untilRecognised) {
+    constexpr std::size_t kEnoughOfAPipe = 4096;
+    const std::size_t enough = size() ? StreamCensus::kEnough : untilRecognised ? kEnoughOfAPipe : 1;
+    for (std::size_t wanted = size() ? enough : 1;;) {
+        const ByteSpan beginning = m_source->peek(wanted);
+        m_census.emplace(beginning.first(std::min(beginning.size(), StreamCensus::kEnough)));
+        const bool ended = beginning.size() < wanted;
+        if (ended || beginning.size() >= enough || m_census->guess()) return;
+        wanted = beginning.size() + beginning.size() / 8 + 1;
+    }
+}
+
+std::uint32_t RecordedStream::maskFor(const StreamChoice& choice) const {
+    if (choice.mask) return *choice.mask;
+    const ReceiverFamily* const family = m_asked || !size() ? m_asked : m_family;
+    return family ? family->decodeMask : kDecodeAll;
 }
 
 std::string RecordedStream::guessText() const {

@@ -1,4 +1,8 @@
 // A recording played through reader and router: what every verb that looks at recordings does.
+//
+// Without a family or a mask the family is guessed. A file is looked at first, and then only frames of the
+// guessed family are looked for. A pipe is not waited for: its first records make the guess, and every frame
+// the decoder knows is tried.
 #pragma once
 
 #include <functional>
@@ -15,7 +19,7 @@ namespace vkcomm {
 
 struct StreamChoice {
     const ReceiverFamily* family = nullptr;  // null: guessed, unless there is a mask
-    std::optional<std::uint32_t> mask;       // instead of the family's; every frame without either
+    std::optional<std::uint32_t> mask;       // instead of the family's
     bool guess = true;                       // false: no guess, and nothing is known of positions
     bool tilde = false;
     std::optional<int> chunk;
@@ -41,6 +45,7 @@ public:
 
     const RecordRouter& router() const { return m_router; }
 
+    // Of a file; a pipe has none.
     std::optional<std::uint64_t> size() const { return m_source->size(); }
 
     // After run.
@@ -54,6 +59,8 @@ private:
     RecordedStream() = default;
 
     void choose(const StreamChoice& choice);
+    void look(bool untilRecognised);
+    std::uint32_t maskFor(const StreamChoice& choice) const;
 
     std::string m_path;
     std::unique_ptr<ByteSource> m_source;

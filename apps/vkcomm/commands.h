@@ -14,8 +14,15 @@ enum ExitStatus { kDone = 0, kFailed = 1, kWrongUsage = 2 };
 
 using Run = std::function<int()>;
 
+void addAntenna(CLI::App& app, Run& run);
+void addBluetooth(CLI::App& app, Run& run);
 void addDecode(CLI::App& app, Run& run);
 void addGga(CLI::App& app, Run& run);
+void addMonitor(CLI::App& app, Run& run);
+void addPorts(CLI::App& app, Run& run);
+void addRecord(CLI::App& app, Run& run);
+void addReplay(CLI::App& app, Run& run);
+void addSettings(CLI::App& app, Run& run);
 void addSimulate(CLI::App& app, Run& run);
 
 }  // namespace vkcomm

@@ -50,20 +50,15 @@ private:
         if (!shownName.empty() && !m_options.json && !m_options.records && !m_options.csv &&
             !m_options.summary)
             m_output.buffer() += shownName + ":\n";
-        const RecordLines lines(shownName);
+        RecordLines lines(shownName);
         DecodeSummary summary;
-        Progress progress(file, stream->size());
-        const RecordedStream::Steps steps{
-            [&](const RoutedRecord& record) {
-                if (m_options.summary)
-                    summary.count(record.record, stream->router().time());
-                else
-                    appendLine(lines, shownName, stream->router(), record);
-                return m_output.written();
-            },
-            [&](std::uint64_t bytes) { progress.at(bytes); },
+        const auto use = [&](const RoutedRecord& record) {
+            if (m_options.summary)
+                summary.count(record.record, stream->router().time());
+            else
+                appendLine(lines, shownName, stream->router(), record);
         };
-        if (!stream->run(steps)) return false;
+        if (!play(*stream, file, m_output, use)) return false;
         if (m_options.summary && m_options.json)
             summary.appendJson(m_output.buffer(), shownName, stream->counters());
         else if (m_options.summary)
@@ -71,7 +66,7 @@ private:
         return complainOf(stream->problem());
     }
 
-    void appendLine(const RecordLines& lines, const std::string& file, const RecordRouter& router,
+    void appendLine(RecordLines& lines, const std::string& file, const RecordRouter& router,
                     const RoutedRecord& record) {
         if (m_options.csv) {
             if (router.isPosition(record))

@@ -35,19 +35,14 @@ private:
         if (!stream) return false;
         std::uint64_t written = 0;
         std::uint64_t withoutFix = 0;
-        Progress progress(file, stream->size());
-        const RecordedStream::Steps steps{
-            [&](const RoutedRecord& record) {
-                if (!stream->router().isPosition(record)) return true;
-                ++(record.use == RecordUse::kPosition ? written : withoutFix);
-                if (record.use == RecordUse::kPosition) append(stream->router().receiver());
-                return m_output.written();
-            },
-            [&](std::uint64_t bytes) { progress.at(bytes); },
+        const auto use = [&](const RoutedRecord& record) {
+            if (!stream->router().isPosition(record)) return;
+            ++(record.use == RecordUse::kPosition ? written : withoutFix);
+            if (record.use == RecordUse::kPosition) append(stream->router().receiver());
         };
-        if (!stream->run(steps)) return false;
+        if (!play(*stream, file, m_output, use)) return false;
         if (withoutFix > 0)
-            complain(file + ": " + std::to_string(withoutFix) + " positions without a fix left out");
+            complain(file + ": positions left out, having no fix: " + std::to_string(withoutFix));
         if (!complainOf(stream->problem())) return false;
         return written > 0 || complainOf(file + ": holds no position with a fix");
     }

@@ -16,6 +16,13 @@ int main(int argc, char** argv) {
     addDecode(app, run);
     addGga(app, run);
     addSimulate(app, run);
+    addPorts(app, run);
+    addMonitor(app, run);
+    addRecord(app, run);
+    addReplay(app, run);
+    addSettings(app, run);
+    addAntenna(app, run);
+    addBluetooth(app, run);
     const auto isVerb = [argv](const CLI::App* verb) { return verb->get_name() == argv[1]; };
     if (argc > 1 && argv[1][0] != '-' && app.get_subcommands(isVerb).empty()) {
         complain(std::string(argv[1]) + " is no verb; vkcomm --help lists them");

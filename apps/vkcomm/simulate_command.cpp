@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "apps/vkcomm/commands.h"
+#include "apps/vkcomm/live_simulation.h"
 #include "apps/vkcomm/output.h"
 #include "sim/recording.h"
 
@@ -12,9 +13,13 @@ namespace vkcomm {
 
 namespace {
 
-constexpr const char* kFooter = R"(The same options give the same bytes on every machine.
+constexpr const char* kFooter = R"(Writes a recording, or streams live to programs that open a port.
+The same options give the same bytes on every machine.
   vkcomm simulate nmea -o demo.nmea --seconds 600 --rate 10
+  vkcomm simulate oem4 --pty --rate 5 --corrupt 2 --for 1m
   vkcomm simulate oem4 -o - --damage 2 | vkcomm decode --family oem4 --summary -)";
+
+constexpr const char* kFileGroup = "To a file";
 
 struct FileCloser {
     void operator()(std::FILE* file) const {
@@ -64,16 +69,44 @@ int simulate(const sim::RecordingOptions& options, const std::string& path) {
     return kDone;
 }
 
+struct Options {
+    sim::RecordingOptions recording;
+    std::string path;
+    LiveSimulation live;
+};
+
+// The first option of the group that the user gave; empty when there is none.
+std::string givenOf(const CLI::App& verb, const std::string& group) {
+    const auto given = verb.get_options(
+        [&](const CLI::Option* option) { return option->get_group() == group && option->count() > 0; });
+    return given.empty() ? std::string() : given.front()->get_name();
+}
+
+int simulateFileOrLive(const Options& options, const CLI::App& verb) {
+    const std::string ofFile = givenOf(verb, kFileGroup);
+    const std::string ofLive = givenOf(verb, kLiveGroup);
+    if (!ofFile.empty() && !ofLive.empty()) {
+        complain(ofFile + " is for a file and " + ofLive + " for a live stream: choose one");
+        return kWrongUsage;
+    }
+    if (!options.live.isChosen() && options.path.empty()) {
+        complain("say where the receiver sends: -o FILE, --pty or --tcp PORT");
+        return kWrongUsage;
+    }
+    if (!options.live.isChosen()) return simulate(options.recording, options.path);
+    LiveSimulation live = options.live;
+    live.stream.family = options.recording.family;
+    live.stream.rateHz = options.recording.rateHz;
+    live.stream.seed = options.recording.seed;
+    return simulateLive(live);
+}
+
 }  // namespace
 
 void addSimulate(CLI::App& app, Run& run) {
-    struct Options {
-        sim::RecordingOptions recording;
-        std::string path;
-    };
-
     auto options = std::make_shared<Options>();
-    CLI::App* verb = app.add_subcommand("simulate", "Write what a simulated receiver sends");
+    CLI::App* verb =
+        app.add_subcommand("simulate", "Write what a simulated receiver sends, or stream it live");
     verb->footer(kFooter);
     std::vector<std::string> families;
     for (const sim::Family& family : sim::families())
@@ -81,16 +114,19 @@ void addSimulate(CLI::App& app, Run& run) {
     verb->add_option("FAMILY", options->recording.family, "Receiver family")
         ->required()
         ->check(CLI::IsMember(families));
-    verb->add_option("-o,--output", options->path, "File to write; - is standard output")->required();
-    verb->add_option("--seconds", options->recording.seconds, "Length of the recording")
-        ->capture_default_str();
+    verb->add_option("-o,--output", options->path, "File to write; - is standard output")->group(kFileGroup);
     verb->add_option("--rate", options->recording.rateHz, "Epochs a second")->capture_default_str();
     verb->add_option("--seed", options->recording.seed, "Another seed, another recording")
         ->capture_default_str();
+    verb->add_option("--seconds", options->recording.seconds, "Length of the recording")
+        ->capture_default_str()
+        ->group(kFileGroup);
     verb->add_option("--damage", options->recording.damagePercent, "Percent of the frames to damage")
-        ->capture_default_str();
+        ->capture_default_str()
+        ->group(kFileGroup);
+    addLiveOptions(*verb, options->live);
     verb->callback(
-        [options, &run] { run = [options] { return simulate(options->recording, options->path); }; });
+        [options, verb, &run] { run = [options, verb] { return simulateFileOrLive(*options, *verb); }; });
 }
 
 }  // namespace vkcomm

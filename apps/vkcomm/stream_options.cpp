@@ -55,6 +55,20 @@ bool complainOf(const std::string& problem) {
     return problem.empty();
 }
 
+bool play(RecordedStream& stream, const std::string& file, Output& output,
+          const std::function<void(const RoutedRecord&)>& use) {
+    Progress progress(file, stream.size());
+    const bool live = !stream.size();
+    return stream.run({[&](const RoutedRecord& record) {
+                           use(record);
+                           return output.written();
+                       },
+                       [&](std::uint64_t bytes) {
+                           if (live) output.flush();
+                           progress.at(bytes);
+                       }});
+}
+
 int runOverFiles(const std::vector<std::string>& files, Output& output,
                  const std::function<bool(const std::string&)>& one) {
     bool ok = true;

@@ -35,6 +35,11 @@ std::unique_ptr<RecordedStream> openStream(const std::string& file, const Stream
 // Complains of a problem; true when there is none.
 bool complainOf(const std::string& problem);
 
+// Runs stream, shows how far it is, and gives each record to use, which may append to the output. What comes
+// through a pipe is put out as soon as it has come. False when the output takes no more.
+bool play(RecordedStream& stream, const std::string& file, Output& output,
+          const std::function<void(const RoutedRecord&)>& use);
+
 // Runs one over each file while the output takes what it is given. The exit status of the process.
 int runOverFiles(const std::vector<std::string>& files, Output& output,
                  const std::function<bool(const std::string&)>& one);

@@ -47,15 +47,15 @@ inline DecodedRecording decodeRecording(const std::string& name, std::uint32_t m
     const auto source = ByteSource::open((recordingsFolder() / name).string(), error);
     EXPECT_TRUE(source) << error;
     if (!source) return result;
-    CNOut decoder;
     UnhurriedClock clock;
+    CNOut decoder;
     decoder.vSetClock(clock);
     decoder.vSetDecodeMask(mask);
-    const auto keep = [&result](const CNOut& record) {
-        result.records.push_back(recordOf(record));
+    const auto keep = [&](const RecordView&) {
+        result.records.push_back(recordOf(decoder));
         return true;
     };
-    decodeStream(*source, decoder, {}, {keep, {}});
+    readStream(*source, *makeFrameReader(decoder), {}, {keep, {}});
     result.counters = decoder.Counters();
     return result;
 }

@@ -16,70 +16,79 @@
 
 namespace vkcomm::test {
 
-inline ByteSpan spanOf(std::string_view bytes) {
-    return {reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size()};
-}
-
-enum class StreamKind { kFrames, kJavad };
-
-// A router that has seen a whole stream, and a JSON object for each record.
-struct Routed {
-    std::unique_ptr<RecordRouter> router = std::make_unique<RecordRouter>();
-    std::vector<nlohmann::json> lines;
-    std::vector<std::string> ggas;  // one a position with a fix
-    DecoderCounters counters;
-};
-
-inline void keep(Routed& routed, const RoutedRecord& record) {
-    std::string line;
-    RecordLines().appendJson(line, record);
-    routed.lines.push_back(nlohmann::json::parse(line));
-    if (routed.router->isPosition(record) && record.use == RecordUse::kPosition)
-        routed.ggas.push_back(routed.router->receiver().gga());
-}
-
-inline Routed route(std::string_view stream, std::string_view family, std::uint32_t mask = kDecodeAll,
-                    std::size_t piece = kLargestChunk) {
-    Routed routed;
-    routed.router->setReceiver(family);
-    CNOut decoder;
-    decoder.vSetDecodeMask(mask);
-    const auto reader = family == "javad" ? makeJavadReader(decoder) : makeFrameReader(decoder);
-    const auto use = [&](const RecordView& view) {
-        keep(routed, routed.router->route(view));
-        while (const auto carried = routed.router->nextCarried())
-            keep(routed, *carried);
-    };
-    while (!stream.empty()) {
-        const std::size_t size = pieceSize(stream, piece);
-        reader->feed(spanOf(stream.substr(0, size)));
-        stream.remove_prefix(size);
-        while (const auto record = reader->next())
-            use(*record);
+class Routed {
+public:
+    explicit Routed(std::string_view family, std::uint32_t mask = kDecodeAll) {
+        router.setReceiver(family);
+        m_decoder.vSetDecodeMask(mask);
+        m_reader = family == "javad" ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
     }
-    while (const auto record = reader->nextAtEnd())
-        use(*record);
-    while (const auto carried = routed.router->nextCarriedAtEnd())
-        keep(routed, *carried);
-    routed.counters = reader->counters();
-    return routed;
-}
+
+    // A whole stream, to its end.
+    Routed(std::string_view family, std::string_view stream, std::uint32_t mask = kDecodeAll,
+           std::size_t piece = kLargestChunk)
+        : Routed(family, mask) {
+        feed(stream, piece);
+        while (const auto record = m_reader->nextAtEnd())
+            take(*record);
+        while (const auto carried = router.nextCarriedAtEnd())
+            keep(*carried);
+    }
+
+    void feed(std::string_view stream, std::size_t piece = kLargestChunk) {
+        while (!stream.empty()) {
+            const std::size_t size = pieceSize(stream, piece);
+            m_reader->feed(spanOf(stream.substr(0, size)));
+            stream.remove_prefix(size);
+            while (const auto record = m_reader->next())
+                take(*record);
+        }
+    }
+
+    DecoderCounters counters() const { return m_reader->counters(); }
+
+    // The names of the records in order.
+    std::vector<std::string> names() const {
+        std::vector<std::string> names;
+        for (const nlohmann::json& line : lines)
+            names.push_back(line.at("name"));
+        return names;
+    }
+
+    RecordRouter router;
+    std::vector<nlohmann::json> lines;  // a JSON object for each record
+    std::vector<std::string> ggas;      // one a position with a fix
+
+private:
+    void take(const RecordView& record) {
+        keep(router.route(record));
+        while (const auto carried = router.nextCarried())
+            keep(*carried);
+    }
+
+    void keep(const RoutedRecord& record) {
+        std::string line;
+        m_lines.appendJson(line, record);
+        lines.push_back(nlohmann::json::parse(line));
+        if (router.isPosition(record) && record.use == RecordUse::kPosition)
+            ggas.push_back(router.receiver().gga());
+    }
+
+    CNOut m_decoder;
+    std::unique_ptr<RecordReader> m_reader;
+    RecordLines m_lines;
+};
 
 // Every member that expected names is there and equal; real numbers to a billionth of their size.
 inline bool holds(const nlohmann::json& line, const nlohmann::json& expected) {
     if (expected.is_number_float() && line.is_number())
         return std::abs(line.get<double>() - expected.get<double>()) <=
                1e-9 * std::max(1.0, std::abs(expected.get<double>()));
-    if (expected.is_array()) {
-        if (!line.is_array() || line.size() != expected.size()) return false;
-        for (std::size_t i = 0; i < expected.size(); ++i)
-            if (!holds(line[i], expected[i])) return false;
-        return true;
-    }
+    if (expected.is_array()) return line.is_array() && std::ranges::equal(line, expected, holds);
     if (!expected.is_object()) return line == expected;
-    for (const auto& member : expected.items())
-        if (!line.contains(member.key()) || !holds(line.at(member.key()), member.value())) return false;
-    return true;
+    return std::ranges::all_of(expected.items(), [&](const auto& member) {
+        return line.contains(member.key()) && holds(line.at(member.key()), member.value());
+    });
 }
 
 }  // namespace vkcomm::test

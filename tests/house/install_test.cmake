@@ -27,6 +27,14 @@ separate_arguments(flags)
 get_filename_component(lib_dir ${pkgconfig_dir} DIRECTORY)
 run(${CXX} -std=c++20 ${SOURCE_DIR}/examples/positions.cpp -o ${work}/example/positions_pkgconfig ${flags} -Wl,-rpath,${lib_dir})
 
+# Every header that is installed can be included by itself, and with what is installed alone.
+file(GLOB_RECURSE headers RELATIVE ${work}/prefix/include ${work}/prefix/include/*.h)
+list(TRANSFORM headers PREPEND "#include <")
+list(TRANSFORM headers APPEND ">\n")
+string(CONCAT every_header ${headers})
+file(WRITE ${work}/example/every_header.cpp ${every_header})
+run(${CXX} -std=c++20 -fsyntax-only ${work}/example/every_header.cpp ${flags})
+
 foreach(program positions positions_static positions_pkgconfig)
   execute_process(COMMAND ${work}/example/${program} INPUT_FILE ${work}/input OUTPUT_VARIABLE lines RESULT_VARIABLE status)
   string(REGEX MATCHALL "quality [0-9]" positions "${lines}")

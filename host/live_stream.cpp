@@ -1,0 +1,155 @@
+#include "host/live_stream.h"
+
+#include <algorithm>
+
+namespace vkcomm {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// So much, or so long, is looked at before bytes of no known family are decoded all the same.
+constexpr std::size_t kMostLooked = 8192;
+constexpr auto kLongestLook = 3000ms;
+
+DecoderCounters sum(DecoderCounters left, const DecoderCounters& right) {
+    left.received += right.received;
+    left.dropped += right.dropped;
+    left.unknownSentences += right.unknownSentences;
+    for (std::size_t type = 0; type < kLogTypeCount; ++type) {
+        left.records[type] += right.records[type];
+        left.rejected[type] += right.rejected[type];
+    }
+    return left;
+}
+
+}  // namespace
+
+LiveStream::LiveStream(const LiveChoice& choice, Clock& clock)
+    : m_choice(choice), m_clock(clock), m_family(choice.family) {
+    m_decoder.vSetClock(m_unhurried);
+}
+
+void LiveStream::feed(ByteSpan bytes) {
+    if (bytes.empty()) return;
+    m_paused = false;
+    m_fedSinceLead += bytes.size();
+    m_pending.insert(m_pending.end(), bytes.begin(), bytes.end());
+    if (!m_reader) look();
+}
+
+void LiveStream::watch() {
+    if (!m_reader && !m_pending.empty()) look();
+    if (m_reader) watchLead();
+}
+
+// The beginning of a stream is looked at again with each piece that comes, until it is recognised.
+void LiveStream::look() {
+    if (!m_lookingSince) m_lookingSince = m_clock.now();
+    const StreamCensus census(m_pending);
+    m_recognised = census.guess() != nullptr;
+    if (m_recognised) return begin(census);
+    if (m_doubtful) {
+        if (m_pending.size() < kMostLooked) return;
+        const std::size_t half = m_pending.size() / 2;
+        m_droppedLooking += half;
+        m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(half));
+    } else if (m_pending.size() >= kMostLooked || m_clock.now() - *m_lookingSince >= kLongestLook) {
+        begin(census);
+    }
+}
+
+void LiveStream::begin(const StreamCensus& census) {
+    if (!m_choice.family) m_family = census.guess();
+    if (m_family) m_router.setReceiver(census.positionsFrom(*m_family));
+    m_decoder.vSetDecodeMask(m_choice.mask ? *m_choice.mask : m_family ? m_family->decodeMask : kDecodeAll);
+    const bool isJavad = m_family && m_family->name == "javad";
+    m_reader = isJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+}
+
+// False when there is nothing to feed. A CR at the end waits for its LF unless the line has paused.
+bool LiveStream::feedReader() {
+    std::size_t size = std::min<std::size_t>(m_pending.size(), kLargestChunk);
+    if (size == m_pending.size() && size > 0 && m_pending.back() == '\r' && !m_paused) --size;
+    if (size == 0) return false;
+    m_reader->feed(ByteSpan(m_pending).first(size));
+    m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(size));
+    return true;
+}
+
+std::optional<RoutedRecord> LiveStream::routed(const std::optional<RecordView>& record) {
+    if (!record) return std::nullopt;
+    m_leadSince.reset();
+    m_leadIsStale = false;
+    return m_router.route(*record);
+}
+
+std::optional<RoutedRecord> LiveStream::next() {
+    if (!m_reader) return std::nullopt;
+    if (auto carried = m_router.nextCarried()) return carried;
+    do {
+        if (auto record = routed(m_reader->next())) return record;
+    } while (feedReader() || giveUpStaleLead());
+    return std::nullopt;
+}
+
+std::optional<RoutedRecord> LiveStream::nextAtEnd() {
+    m_paused = true;
+    if (!m_reader) {
+        if (m_pending.empty()) return std::nullopt;
+        begin(StreamCensus(m_pending));
+    }
+    if (auto record = next()) return record;
+    if (auto record = routed(m_reader->nextAtEnd())) return record;
+    return m_router.nextCarriedAtEnd();
+}
+
+void LiveStream::watchLead() {
+    if (m_choice.staleLead <= 0ms || m_reader->held() == 0) {
+        m_leadSince.reset();
+        return;
+    }
+    if (!m_leadSince) {
+        m_leadSince = m_clock.now();
+        m_fedSinceLead = 0;
+    }
+    m_leadIsStale = m_clock.now() - *m_leadSince >= m_choice.staleLead;
+}
+
+// Of one false lead after another, all that have waited as long go at once; a frame that has begun to come since
+// is left alone.
+bool LiveStream::giveUpStaleLead() {
+    const bool isOld = m_reader->held() > m_fedSinceLead;
+    if (!m_leadIsStale || !isOld || !m_reader->giveUpLead()) {
+        if (m_leadIsStale) m_leadSince.reset();
+        m_leadIsStale = false;
+        return false;
+    }
+    ++m_leadsGivenUp;
+    return true;
+}
+
+void LiveStream::restart() {
+    const DecoderCounters before = counters();
+    m_before = before;
+    m_before.dropped += m_pending.size() + (m_reader ? m_reader->held() : 0);
+    m_droppedLooking = 0;
+    m_reader.reset();
+    m_decoder = CNOut();
+    m_decoder.vSetClock(m_unhurried);
+    m_pending.clear();
+    m_lookingSince.reset();
+    m_leadSince.reset();
+    m_leadIsStale = false;
+    m_recognised = false;
+    m_family = m_choice.family;
+}
+
+DecoderCounters LiveStream::counters() const {
+    DecoderCounters counters = m_reader ? sum(m_before, m_reader->counters()) : m_before;
+    counters.received += m_pending.size() + m_droppedLooking;
+    counters.dropped += m_droppedLooking;
+    return counters;
+}
+
+}  // namespace vkcomm

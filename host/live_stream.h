@@ -1,0 +1,92 @@
+// The bytes of a live port turned into routed records, as they come.
+//
+// What vkcomm decode makes of a recording this makes of the same bytes from a port: the family is recognised
+// from the first records unless it is given, and a line is not taken for ended at a CR while its LF may be on the way.
+#pragma once
+
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "host/decode_stream.h"
+#include "host/receiver_family.h"
+#include "host/record_router.h"
+#include "host/stream_census.h"
+
+namespace vkcomm {
+
+struct LiveChoice {
+    const ReceiverFamily* family = nullptr;  // null: recognised
+    std::optional<std::uint32_t> mask;       // instead of the family's
+    // A lead byte whose frame stays incomplete for this long, without a record meanwhile, is given up: it was
+    // none. 0: never.
+    std::chrono::milliseconds staleLead{2000};
+};
+
+// One thread at a time.
+class LiveStream {
+public:
+    LiveStream(const LiveChoice& choice, Clock& clock);
+
+    void feed(ByteSpan bytes);
+
+    // Call when nothing has come for a moment (some tens of milliseconds): a line that ends in a CR has ended.
+    void pause() { m_paused = true; }
+
+    // Call every second or more often, before next.
+    void watch();
+
+    // The next record, valid until the next call of this object; nothing when more bytes are needed.
+    std::optional<RoutedRecord> next();
+    // next when no more bytes will come.
+    std::optional<RoutedRecord> nextAtEnd();
+
+    // While on, bytes of no known family are dropped instead of being decoded as well as can be: the rate may
+    // be wrong.
+    void setDoubtful(bool on) { m_doubtful = on; }
+
+    // Drops what is held and recognises anew what comes; counters go on.
+    void restart();
+
+    // True once records of a known family have come.
+    bool isRecognised() const { return m_recognised; }
+
+    // Given or recognised; null while neither.
+    const ReceiverFamily* family() const { return m_family; }
+
+    const RecordRouter& router() const { return m_router; }
+
+    std::uint64_t leadsGivenUp() const { return m_leadsGivenUp; }
+
+    DecoderCounters counters() const;
+
+private:
+    void look();
+    void begin(const StreamCensus& census);
+    bool feedReader();
+    std::optional<RoutedRecord> routed(const std::optional<RecordView>& record);
+    void watchLead();
+    bool giveUpStaleLead();
+
+    const LiveChoice m_choice;
+    Clock& m_clock;
+    UnhurriedClock m_unhurried;
+    CNOut m_decoder;
+    std::unique_ptr<RecordReader> m_reader;  // null while looking
+    RecordRouter m_router;
+    const ReceiverFamily* m_family;
+    std::vector<unsigned char> m_pending;  // not decoded yet
+    std::optional<std::chrono::milliseconds> m_lookingSince;
+    std::optional<std::chrono::milliseconds> m_leadSince;
+    std::size_t m_fedSinceLead = 0;  // bytes
+    bool m_leadIsStale = false;
+    bool m_recognised = false;
+    bool m_doubtful = false;
+    bool m_paused = false;
+    std::uint64_t m_leadsGivenUp = 0;
+    std::uint64_t m_droppedLooking = 0;
+    DecoderCounters m_before;  // of readers that restart has ended
+};
+
+}  // namespace vkcomm

@@ -1,0 +1,211 @@
+#include "host/receiver_session.h"
+
+#include <algorithm>
+#include <array>
+
+#include "vkcomm/platform/port_map.h"
+#include "vkcomm/util/unicode_text.h"
+
+namespace vkcomm {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+// A wait that finds nothing for this long counts as a pause of the stream.
+constexpr auto kPause = 50ms;
+// Bytes per second of a replay whose address names no speed: about what a receiver at 57600 bit/s sends.
+constexpr int kUsualReplaySpeed = 5000;
+// A device that reports two errors in a row, without a byte in between, has gone.
+constexpr unsigned int kErrorsOfALoss = 2;
+
+constexpr std::array<std::string_view, 10> kNoticeNames = {
+    "opened",       "lost",          "not-opened", "rate-tried",   "rate-found",
+    "family-found", "lead-given-up", "overflow",   "write-failed", "ended",
+};
+
+struct Cure {
+    int error;
+    std::string_view text;
+};
+
+constexpr Cure kCures[] = {
+    {kErrorNotFound, "vkcomm ports lists the ports there are"},
+    {kErrorAccessDenied, "the group that owns the device, often dialout, must have you as a member"},
+    {kErrorBusy, "another program has it open: close that first"},
+};
+
+}  // namespace
+
+std::string_view noticeName(SessionNotice notice) { return kNoticeNames[static_cast<std::size_t>(notice)]; }
+
+std::string_view cureFor(int openError) {
+    for (const Cure& cure : kCures)
+        if (cure.error == openError) return cure.text;
+    return {};
+}
+
+ReceiverSession::ReceiverSession(const PortUrl& url, const SessionOptions& options)
+    : m_url(url), m_options(options), m_clock(*options.clock), m_port(std::make_unique<CTrimblePort>()),
+      m_stream(options.stream, *options.clock), m_retry(options.firstRetry) {
+    m_port->vSetClock(m_clock);
+    if (options.devices) m_port->vSetDevices(*options.devices);
+}
+
+ReceiverSession::~ReceiverSession() { close(); }
+
+bool ReceiverSession::open(std::string& error) {
+    close();
+    m_isOver = false;
+    if (openPort()) {
+        m_isOpen = true;
+        return true;
+    }
+    error = m_url.text + ": " + m_port->LastError().message();
+    if (const std::string_view cure = cureFor(m_port->nOpenError()); !cure.empty())
+        error += " (" + std::string(cure) + ")";
+    m_port->vClosePort();
+    return false;
+}
+
+void ReceiverSession::close() {
+    m_port->vClosePort();
+    m_isOpen = false;
+}
+
+int ReceiverSession::openPort() {
+    m_readErrors = 0;
+    m_hunt.begin(m_clock.now());
+    m_stream.setDoubtful(isHunting());
+    if (m_url.kind == UrlKind::kFile) return openFile();
+    if (m_url.kind == UrlKind::kBluetooth)
+        return m_port->InitBTPort(&m_messages, m_url.address.data()) && m_port->StartMonitoring();
+    const std::string place = m_url.kind == UrlKind::kTcp
+                                  ? "tcp://" + m_url.target + ":" + std::to_string(m_url.number)
+                                  : m_url.target;
+    const unsigned int number = m_url.kind == UrlKind::kCom ? m_url.number : portMap().numberOf(place);
+    return m_port->bOpenPort(&m_messages, number, m_url.baud.value_or(m_hunt.rate()));
+}
+
+int ReceiverSession::openFile() {
+    m_port->SetVirtualPortFile(toWide(m_url.target));
+    m_port->SetVirtualPortSpeed(m_url.speed.value_or(kUsualReplaySpeed));
+    m_port->EnableVirtualPort(true);
+    return m_port->bOpenPort(&m_messages, 0, 0);
+}
+
+std::optional<unsigned int> ReceiverSession::rate() const {
+    if (!isLine() || isHunting()) return std::nullopt;
+    return m_url.baud ? *m_url.baud : m_hunt.rate();
+}
+
+bool ReceiverSession::pump(std::chrono::milliseconds time, const SessionSteps& steps) {
+    if (m_isOver) return false;
+    if (!m_isOpen) {
+        m_clock.sleep(std::clamp(m_nextTry - m_clock.now(), 0ms, time));
+        if (m_clock.now() >= m_nextTry) openAgain(steps);
+        return true;
+    }
+    // Before the messages: what was received until the reader ended is then read below.
+    const bool fileOver = m_url.kind == UrlKind::kFile && !m_port->bReaderRunning();
+    auto message = m_messages.wait(fileOver ? 0ms : std::min(time, Milliseconds(kPause)), m_clock);
+    const bool isQuiet = !message;
+    for (; message; message = m_messages.fetch())
+        handle(*message, steps);
+    if (m_isOpen) takeBytes(steps);
+    if (isQuiet) m_stream.pause();
+    m_stream.watch();
+    giveRecords(steps);
+    if (fileOver) {
+        while (const auto record = m_stream.nextAtEnd())
+            steps.record(*record);
+        tell(steps, SessionNotice::kEnded, m_url.target + " is over");
+        m_isOver = true;
+    }
+    keepHouse(steps);
+    return !m_isOver;
+}
+
+void ReceiverSession::handle(const Message& message, const SessionSteps& steps) {
+    switch (message.id) {
+    case WM_PORT_DATA: m_readErrors = 0; break;
+    case WM_PORT_READ_ERROR:
+        m_readErrors += message.count;
+        if (m_isOpen && m_readErrors >= kErrorsOfALoss) lose(m_port->LastError().message(), steps);
+        break;
+    case WM_PORT_WRITE_ERROR:
+        tell(steps, SessionNotice::kWriteFailed, "writing failed: " + m_port->LastError().message());
+        break;
+    default: break;
+    }
+}
+
+void ReceiverSession::takeBytes(const SessionSteps& steps) {
+    CNOut& decoder = m_port->Decoder();
+    std::array<unsigned char, 4096> bytes;
+    while (const int waiting = decoder.iBytesInRxBuf()) {
+        const int count = std::min(waiting, static_cast<int>(bytes.size()));
+        if (decoder.eRead(bytes.data(), count, 1) != CNOut::RETURN_COMPLETE) break;
+        m_stream.feed(ByteSpan(bytes).first(static_cast<std::size_t>(count)));
+    }
+    const std::uint64_t overflows = m_port->Counters().overflows;
+    if (overflows > m_overflows)
+        tell(steps, SessionNotice::kOverflow, "bytes were lost: this program was too slow to take them");
+    m_overflows = overflows;
+}
+
+void ReceiverSession::giveRecords(const SessionSteps& steps) {
+    if (m_stream.isRecognised() && isHunting()) {
+        m_hunt.found();
+        m_stream.setDoubtful(false);
+        tell(steps, SessionNotice::kRateFound,
+             "the receiver talks at " + std::to_string(m_hunt.rate()) + " bit/s");
+    }
+    if (m_stream.isRecognised() && !m_familyTold && !m_options.stream.family) {
+        m_familyTold = true;
+        tell(steps, SessionNotice::kFamilyFound, "family: " + std::string(m_stream.family()->name));
+    }
+    while (const auto record = m_stream.next())
+        steps.record(*record);
+}
+
+void ReceiverSession::keepHouse(const SessionSteps& steps) {
+    if (m_stream.leadsGivenUp() > m_leadsTold)
+        tell(steps, SessionNotice::kLeadGivenUp, "a byte that began no frame held the stream up");
+    m_leadsTold = m_stream.leadsGivenUp();
+    if (m_isOpen && isHunting() && m_hunt.moveOn(m_clock.now())) {
+        m_port->bChangeBaudrate(m_hunt.rate());
+        m_stream.restart();
+        m_stream.setDoubtful(true);
+        tell(steps, SessionNotice::kRateTried, "trying " + std::to_string(m_hunt.rate()) + " bit/s");
+    }
+}
+
+void ReceiverSession::lose(const std::string& why, const SessionSteps& steps) {
+    takeBytes(steps);
+    close();
+    tell(steps, SessionNotice::kLost, m_url.text + (why.empty() ? " has gone" : ": " + why));
+    m_isOver = !m_options.reopen;
+    m_retry = m_options.firstRetry;
+    m_nextTry = m_clock.now() + m_retry;
+}
+
+void ReceiverSession::openAgain(const SessionSteps& steps) {
+    std::string error;
+    m_stream.restart();
+    m_familyTold = m_options.stream.family != nullptr;
+    if (open(error)) {
+        ++m_reopened;
+        tell(steps, SessionNotice::kOpened, m_url.text + " is open again");
+        return;
+    }
+    m_retry = std::min(2 * m_retry, m_options.lastRetry);
+    m_nextTry = m_clock.now() + m_retry;
+    tell(steps, SessionNotice::kNotOpened, error);
+}
+
+void ReceiverSession::tell(const SessionSteps& steps, SessionNotice notice, const std::string& text) const {
+    if (steps.event) steps.event({notice, text});
+}
+
+}  // namespace vkcomm

@@ -1,0 +1,126 @@
+// A receiver at an address, from opening to the last record: what a host does around a port.
+//
+// The session owns the port and its messages, opens it, finds out the rate where none was given, hands on every
+// record, opens it again when the device went away, and tells what happens in events.
+//
+// Threads: pump, open and close from one thread, which also gets all records and events; commands may be given to
+// port() from any.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/baud_hunt.h"
+#include "host/live_stream.h"
+#include "host/port_url.h"
+#include "vkcomm/control/trimble_port.h"
+#include "vkcomm/platform/message_queue.h"
+
+namespace vkcomm {
+
+enum class SessionNotice : std::uint8_t {
+    kOpened,     // also again after a loss
+    kLost,       // the device has gone, or the other side has closed
+    kNotOpened,  // trying again has failed; the next try comes later
+    kRateTried,  // of a search for the rate
+    kRateFound,
+    kFamilyFound,
+    kLeadGivenUp,  // a byte that looked like the lead of a frame held the stream up
+    kOverflow,     // the host was slow: bytes were lost
+    kWriteFailed,  // what was queued is discarded
+    kEnded,        // the file is over
+};
+
+// A short lower-case name, such as "rate-found".
+std::string_view noticeName(SessionNotice notice);
+
+struct SessionEvent {
+    SessionNotice notice;
+    std::string text;  // for people
+};
+
+struct SessionOptions {
+    LiveChoice stream;
+    bool reopen = true;
+    std::chrono::milliseconds firstRetry{500};  // doubled with each failure
+    std::chrono::milliseconds lastRetry{10000};
+    CommDevices* devices = nullptr;  // null: the machine's
+    Clock* clock = &systemClock();
+};
+
+struct SessionSteps {
+    std::function<void(const RoutedRecord&)> record;
+    std::function<void(const SessionEvent&)> event;
+};
+
+class ReceiverSession {
+public:
+    // A simulated receiver's address is for the caller to turn into that of a port first.
+    ReceiverSession(const PortUrl& url, const SessionOptions& options);
+    ~ReceiverSession();
+
+    // False when the port cannot be opened; error then says why and what helps.
+    bool open(std::string& error);
+    void close();
+
+    // Waits at most that long for something to happen and handles it. False when nothing more will come: the
+    // file is over, or the device is lost and is not to be opened again. Call it again and again.
+    bool pump(std::chrono::milliseconds time, const SessionSteps& steps);
+
+    const PortUrl& url() const { return m_url; }
+
+    CTrimblePort& port() { return *m_port; }
+
+    const LiveStream& stream() const { return m_stream; }
+
+    bool isOpen() const { return m_isOpen; }
+
+    // Times the device was opened again.
+    unsigned int reopened() const { return m_reopened; }
+
+    // The rate in use; nothing for ports without one, and while it is searched.
+    std::optional<unsigned int> rate() const;
+
+private:
+    using Milliseconds = std::chrono::milliseconds;
+
+    bool isLine() const { return m_url.kind == UrlKind::kSerial || m_url.kind == UrlKind::kCom; }
+
+    bool isHunting() const { return isLine() && !m_url.baud && !m_hunt.isOver(); }
+
+    int openPort();
+    int openFile();
+    void openAgain(const SessionSteps& steps);
+    void handle(const Message& message, const SessionSteps& steps);
+    void takeBytes(const SessionSteps& steps);
+    void giveRecords(const SessionSteps& steps);
+    void keepHouse(const SessionSteps& steps);
+    void lose(const std::string& why, const SessionSteps& steps);
+    void tell(const SessionSteps& steps, SessionNotice notice, const std::string& text) const;
+
+    const PortUrl m_url;
+    const SessionOptions m_options;
+    Clock& m_clock;
+    MessageQueue m_messages;  // outlives the port, which posts to it
+    std::unique_ptr<CTrimblePort> m_port;
+    LiveStream m_stream;
+    BaudHunt m_hunt;
+    bool m_isOpen = false;
+    bool m_isOver = false;
+    bool m_familyTold = false;
+    unsigned int m_readErrors = 0;  // without bytes in between
+    unsigned int m_reopened = 0;
+    std::uint64_t m_overflows = 0;
+    std::uint64_t m_leadsTold = 0;
+    Milliseconds m_nextTry{};
+    Milliseconds m_retry{};
+};
+
+// What helps when a port cannot be opened: an open error of CSerialPort. Empty when nothing is known to.
+std::string_view cureFor(int openError);
+
+}  // namespace vkcomm

@@ -1,0 +1,276 @@
+#include "host/receiver_session.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <thread>
+
+#include "sim/recording.h"
+#include "tests/decode/frames.h"
+#include "vkcomm/platform/byte_server.h"
+
+namespace vkcomm {
+namespace {
+
+using namespace std::chrono_literals;
+
+class MovedClock final : public Clock {
+public:
+    std::chrono::milliseconds now() override { return time; }
+
+    void sleep(std::chrono::milliseconds) override {}
+
+    std::chrono::milliseconds time{1000};
+};
+
+std::string simulated(const std::string& family, int seconds) {
+    sim::RecordingOptions options;
+    options.family = family;
+    options.seconds = seconds;
+    sim::RecordingWriter writer(options);
+    std::string bytes;
+    for (sim::Piece piece; writer.next(piece);)
+        bytes.append(piece.bytes.begin(), piece.bytes.end());
+    return bytes;
+}
+
+using Records = std::vector<std::string>;
+
+std::string described(const RecordView& record) {
+    return std::to_string(record.type) + ":" + std::to_string(record.id) + " " +
+           std::string(textOf(record.bytes));
+}
+
+// What the decoder makes of the bytes when it has them all at once.
+Records decoded(const std::string& bytes, const std::string& family) {
+    UnhurriedClock clock;
+    CNOut decoder;
+    decoder.vSetClock(clock);
+    decoder.vSetDecodeMask(findFamily(family)->decodeMask);
+    const auto reader = family == "javad" ? makeJavadReader(decoder) : makeFrameReader(decoder);
+    Records records;
+    for (std::size_t at = 0; at < bytes.size(); at += kLargestChunk) {
+        reader->feed(spanOf(std::string_view(bytes).substr(at, kLargestChunk)));
+        while (const auto record = reader->next())
+            records.push_back(described(*record));
+    }
+    while (const auto record = reader->nextAtEnd())
+        records.push_back(described(*record));
+    return records;
+}
+
+void take(LiveStream& stream, Records& records) {
+    while (const auto routed = stream.next())
+        if (routed->record.source != RecordSource::kCarried) records.push_back(described(routed->record));
+}
+
+TEST(LiveStream, RecognisesEachFamilyAndGivesTheRecordsOfADecodedFile) {
+    for (const sim::Family& family : sim::families()) {
+        const std::string bytes = simulated(std::string(family.name), 30);
+        const std::string name = family.name == "oem4-server" ? "oem4" : std::string(family.name);
+        for (const std::size_t piece : {std::size_t{1}, std::size_t{100}, std::size_t{5000}}) {
+            MovedClock clock;
+            LiveStream stream({}, clock);
+            Records records;
+            for (std::size_t at = 0; at < bytes.size(); at += piece) {
+                stream.feed(spanOf(std::string_view(bytes).substr(at, piece)));
+                take(stream, records);
+            }
+            while (const auto routed = stream.nextAtEnd())
+                if (routed->record.source != RecordSource::kCarried)
+                    records.push_back(described(routed->record));
+            ASSERT_TRUE(stream.family()) << family.name;
+            EXPECT_EQ(stream.family()->name, name);
+            EXPECT_EQ(records, decoded(bytes, name)) << family.name << ", pieces of " << piece;
+        }
+    }
+}
+
+TEST(LiveStream, GivesUpALeadThatHoldsTheStreamUp) {
+    struct Case {
+        const char* family;
+        std::string lead;
+    };
+
+    const Case cases[] = {
+        {"oem4", std::string("\xAA\x44\x12\x1C\x2A\0\x02\x20\xFF\x0F", 10)},
+        {"javad", "POFFFxx"},
+    };
+    for (const Case& c : cases) {
+        const std::string bytes = simulated(c.family, 3);
+        MovedClock clock;
+        LiveChoice choice;
+        choice.family = findFamily(c.family);
+        LiveStream stream(choice, clock);
+        stream.feed(spanOf(bytes));
+        Records records;
+        take(stream, records);
+        const std::size_t before = records.size();
+        stream.feed(spanOf(c.lead + bytes));
+        take(stream, records);
+        stream.watch();
+        EXPECT_EQ(records.size(), before) << c.family << ": held behind the lead";
+        clock.time += 1999ms;
+        stream.watch();
+        take(stream, records);
+        EXPECT_EQ(records.size(), before) << c.family;
+        clock.time += 1ms;
+        stream.watch();
+        take(stream, records);
+        EXPECT_EQ(records.size(), 2 * before) << c.family;
+        EXPECT_GE(stream.leadsGivenUp(), 1U) << c.family;
+    }
+}
+
+TEST(LiveStream, DecodesWhatItDoesNotKnowUnlessTheRateIsInDoubt) {
+    const std::string noise(9000, '\x55');
+    const std::string known = simulated("nmea", 5);
+    for (const bool isDoubtful : {false, true}) {
+        MovedClock clock;
+        LiveStream stream({}, clock);
+        stream.setDoubtful(isDoubtful);
+        Records records;
+        stream.feed(spanOf(noise));
+        take(stream, records);
+        EXPECT_FALSE(stream.isRecognised());
+        stream.feed(spanOf(known));
+        take(stream, records);
+        EXPECT_EQ(stream.isRecognised(), isDoubtful) << "in doubt it goes on looking";
+        EXPECT_EQ(records, decoded(known, "nmea"));
+        stream.restart();
+        EXPECT_EQ(stream.counters().received, noise.size() + known.size());
+    }
+}
+
+TEST(BaudHunt, TriesAllRatesAndComesBackToTheOneFound) {
+    BaudHunt hunt;
+    hunt.begin(0ms);
+    EXPECT_EQ(hunt.rate(), 115200U);
+    EXPECT_FALSE(hunt.moveOn(1499ms));
+    ASSERT_TRUE(hunt.moveOn(1500ms));
+    hunt.found();
+    EXPECT_FALSE(hunt.moveOn(100000ms));
+    hunt.begin(200000ms);
+    EXPECT_EQ(hunt.rate(), 9600U) << "the next search begins with the rate found";
+    for (std::size_t i = 1; i <= BaudHunt::kRates.size(); ++i)
+        EXPECT_TRUE(hunt.moveOn(200000ms + 1500ms * i));
+    EXPECT_EQ(hunt.rate(), 9600U);
+}
+
+struct Session : testing::Test {
+    Records records;
+    std::vector<SessionNotice> notices;
+    const SessionSteps steps{
+        [this](const RoutedRecord& routed) {
+            if (routed.record.source != RecordSource::kCarried) records.push_back(described(routed.record));
+        },
+        [this](const SessionEvent& event) { notices.push_back(event.notice); },
+    };
+
+    static PortUrl url(const std::string& text) {
+        std::string error;
+        const auto parsed = parsePortUrl(text, error);
+        EXPECT_TRUE(parsed) << error;
+        return parsed.value_or(PortUrl{});
+    }
+
+    bool has(SessionNotice notice) const { return std::ranges::find(notices, notice) != notices.end(); }
+
+    template <typename Condition>
+    void pumpUntil(ReceiverSession& session, Condition condition) {
+        while (!condition())
+            if (!session.pump(50ms, steps)) break;
+    }
+};
+
+TEST_F(Session, AFileAPtyAndATcpConnectionGiveTheSameRecords) {
+    const std::string bytes = simulated("oem4", 20);
+    const Records expected = decoded(bytes, "oem4");
+    const auto path = std::filesystem::path(testing::TempDir()) /
+                      ("vkcomm_session_" + std::to_string(std::random_device()()) + ".bin");
+    std::ofstream(path, std::ios::binary) << bytes;
+    ReceiverSession file(url("file:" + path.string() + "?speed=max"), {});
+    std::string error;
+    ASSERT_TRUE(file.open(error)) << error;
+    while (file.pump(50ms, steps)) {
+    }
+    std::filesystem::remove(path);
+    EXPECT_EQ(records, expected);
+    EXPECT_TRUE(has(SessionNotice::kEnded));
+
+    SystemError failure;
+    for (const char* kind : {"pty", "tcp"}) {
+        const auto server =
+            std::string_view(kind) == "pty" ? openPtyServer(failure) : openTcpServer("127.0.0.1", 0, failure);
+        ASSERT_TRUE(server) << failure.message();
+        records.clear();
+        ReceiverSession session(url(server->address()), {});
+        ASSERT_TRUE(session.open(error)) << error;
+        while (server->clients() == 0)
+            std::this_thread::yield();
+        for (std::size_t at = 0; at < bytes.size(); at += 1000) {
+            EXPECT_EQ(server->write(spanOf(std::string_view(bytes).substr(at, 1000))), 0U);
+            session.pump(50ms, steps);
+        }
+        pumpUntil(session, [&] { return records.size() >= expected.size(); });
+        EXPECT_EQ(records, expected) << kind;
+        EXPECT_TRUE(has(SessionNotice::kFamilyFound));
+    }
+    EXPECT_TRUE(has(SessionNotice::kRateFound)) << "the pseudo-terminal was given no rate";
+}
+
+TEST_F(Session, ComesBackAfterTheDeviceWasGone) {
+    const std::string bytes = simulated("nmea", 10);
+    SystemError failure;
+    auto server = openTcpServer("127.0.0.1", 0, failure);
+    ASSERT_TRUE(server) << failure.message();
+    const PortUrl address = url(server->address());
+    SessionOptions options;
+    options.firstRetry = 20ms;
+    options.lastRetry = 40ms;
+    ReceiverSession session(address, options);
+    std::string error;
+    ASSERT_TRUE(session.open(error)) << error;
+    while (server->clients() == 0)
+        std::this_thread::yield();
+    server->write(spanOf(bytes));
+    pumpUntil(session, [&] { return records.size() == decoded(bytes, "nmea").size(); });
+
+    server.reset();
+    pumpUntil(session, [&] { return has(SessionNotice::kNotOpened); });
+    EXPECT_FALSE(session.isOpen());
+    server = openTcpServer("127.0.0.1", static_cast<std::uint16_t>(address.number), failure);
+    ASSERT_TRUE(server) << failure.message();
+    pumpUntil(session, [&] { return has(SessionNotice::kOpened); });
+    while (server->clients() == 0)
+        std::this_thread::yield();
+    records.clear();
+    server->write(spanOf(bytes));
+    pumpUntil(session, [&] { return records.size() == decoded(bytes, "nmea").size(); });
+    EXPECT_EQ(records, decoded(bytes, "nmea"));
+    EXPECT_EQ(session.reopened(), 1U);
+
+    options.reopen = false;
+    ReceiverSession once(address, options);
+    ASSERT_TRUE(once.open(error)) << error;
+    server.reset();
+    while (once.pump(50ms, steps)) {
+    }
+    EXPECT_EQ(notices.back(), SessionNotice::kLost);
+}
+
+TEST_F(Session, SaysWhyAPortCannotBeOpened) {
+    std::string error;
+    EXPECT_FALSE(ReceiverSession(url("serial:/dev/vkcomm-none"), {}).open(error));
+    EXPECT_NE(error.find("/dev/vkcomm-none"), std::string::npos) << error;
+    EXPECT_NE(error.find("vkcomm ports"), std::string::npos) << error;
+    EXPECT_FALSE(ReceiverSession(url("file:/no/such/file"), {}).open(error));
+    EXPECT_NE(error.find("/no/such/file"), std::string::npos) << error;
+    EXPECT_FALSE(ReceiverSession(url("tcp://127.0.0.1:1"), {}).open(error));
+    EXPECT_FALSE(error.empty());
+}
+
+}  // namespace
+}  // namespace vkcomm
