@@ -22,17 +22,18 @@ std::size_t allocated = 0;  // bytes asked for so far
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: GCC would take the pairs for mismatched ones.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     allocated += size;
     if (void* memory = std::malloc(size)) return memory;
     throw std::bad_alloc();
 }
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
 
-void operator delete(void* memory) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
 
 namespace vkcomm::fuzz {
 namespace {

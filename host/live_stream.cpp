@@ -11,6 +11,8 @@ namespace {
 // So much, or so long, is looked at before bytes of no known family are decoded all the same.
 constexpr std::size_t kMostLooked = 8192;
 constexpr auto kLongestLook = 3000ms;
+constexpr std::size_t kEnoughSentences = 2048;
+constexpr auto kEnoughTime = 1500ms;
 
 DecoderCounters sum(DecoderCounters left, const DecoderCounters& right) {
     left.received += right.received;
@@ -47,8 +49,12 @@ void LiveStream::watch() {
 void LiveStream::look() {
     if (!m_lookingSince) m_lookingSince = m_clock.now();
     const StreamCensus census(m_pending);
-    m_recognised = census.guess() != nullptr;
-    if (m_recognised) return begin(census);
+    // Receivers of every family may send sentences too, and send them first.
+    const bool isSure = census.guess() && (census.guess()->name != "nmea" || m_choice.family ||
+                                           m_pending.size() >= kEnoughSentences ||
+                                           m_clock.now() - *m_lookingSince >= kEnoughTime);
+    m_recognised = isSure;
+    if (isSure) return begin(census);
     if (m_doubtful) {
         if (m_pending.size() < kMostLooked) return;
         const std::size_t half = m_pending.size() / 2;
@@ -62,7 +68,10 @@ void LiveStream::look() {
 void LiveStream::begin(const StreamCensus& census) {
     if (!m_choice.family) m_family = census.guess();
     if (m_family) m_router.setReceiver(census.positionsFrom(*m_family));
-    m_decoder.vSetDecodeMask(m_choice.mask ? *m_choice.mask : m_family ? m_family->decodeMask : kDecodeAll);
+    // What was recognised may not be all that comes: only a family that was asked for narrows the search.
+    m_decoder.vSetDecodeMask(m_choice.mask     ? *m_choice.mask
+                             : m_choice.family ? m_choice.family->decodeMask
+                                               : kDecodeAll);
     const bool isJavad = m_family && m_family->name == "javad";
     m_reader = isJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
 }
@@ -81,7 +90,18 @@ std::optional<RoutedRecord> LiveStream::routed(const std::optional<RecordView>& 
     if (!record) return std::nullopt;
     m_leadSince.reset();
     m_leadIsStale = false;
-    return m_router.route(*record);
+    const RoutedRecord routed = m_router.route(*record);
+    if (!m_choice.family) preferBinary(routed);
+    return routed;
+}
+
+// Positions of a receiver's own records outrank those of its sentences.
+void LiveStream::preferBinary(const RoutedRecord& routed) {
+    const bool isSentences = m_family == nullptr || m_family->name == "nmea";
+    if (!isSentences || !routed.parser || routed.use != RecordUse::kPosition) return;
+    const std::string_view name = m_router.familyOf(*routed.parser);
+    m_family = findFamily(name);
+    m_router.setReceiver(name);
 }
 
 std::optional<RoutedRecord> LiveStream::next() {

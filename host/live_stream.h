@@ -66,6 +66,7 @@ private:
     void begin(const StreamCensus& census);
     bool feedReader();
     std::optional<RoutedRecord> routed(const std::optional<RecordView>& record);
+    void preferBinary(const RoutedRecord& routed);
     void watchLead();
     bool giveUpStaleLead();
 

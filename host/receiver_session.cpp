@@ -24,26 +24,9 @@ constexpr std::array<std::string_view, 10> kNoticeNames = {
     "family-found", "lead-given-up", "overflow",   "write-failed", "ended",
 };
 
-struct Cure {
-    int error;
-    std::string_view text;
-};
-
-constexpr Cure kCures[] = {
-    {kErrorNotFound, "vkcomm ports lists the ports there are"},
-    {kErrorAccessDenied, "the group that owns the device, often dialout, must have you as a member"},
-    {kErrorBusy, "another program has it open: close that first"},
-};
-
 }  // namespace
 
 std::string_view noticeName(SessionNotice notice) { return kNoticeNames[static_cast<std::size_t>(notice)]; }
-
-std::string_view cureFor(int openError) {
-    for (const Cure& cure : kCures)
-        if (cure.error == openError) return cure.text;
-    return {};
-}
 
 ReceiverSession::ReceiverSession(const PortUrl& url, const SessionOptions& options)
     : m_url(url), m_options(options), m_clock(*options.clock), m_port(std::make_unique<CTrimblePort>()),
@@ -62,8 +45,6 @@ bool ReceiverSession::open(std::string& error) {
         return true;
     }
     error = m_url.text + ": " + m_port->LastError().message();
-    if (const std::string_view cure = cureFor(m_port->nOpenError()); !cure.empty())
-        error += " (" + std::string(cure) + ")";
     m_port->vClosePort();
     return false;
 }
@@ -183,6 +164,8 @@ void ReceiverSession::keepHouse(const SessionSteps& steps) {
 
 void ReceiverSession::lose(const std::string& why, const SessionSteps& steps) {
     takeBytes(steps);
+    while (const auto record = m_stream.nextAtEnd())
+        steps.record(*record);
     close();
     tell(steps, SessionNotice::kLost, m_url.text + (why.empty() ? " has gone" : ": " + why));
     m_isOver = !m_options.reopen;

@@ -63,7 +63,7 @@ public:
     ReceiverSession(const PortUrl& url, const SessionOptions& options);
     ~ReceiverSession();
 
-    // False when the port cannot be opened; error then says why and what helps.
+    // False when the port cannot be opened; error then says why, and what helps where that is known.
     bool open(std::string& error);
     void close();
 
@@ -119,8 +119,5 @@ private:
     Milliseconds m_nextTry{};
     Milliseconds m_retry{};
 };
-
-// What helps when a port cannot be opened: an open error of CSerialPort. Empty when nothing is known to.
-std::string_view cureFor(int openError);
 
 }  // namespace vkcomm

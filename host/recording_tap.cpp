@@ -65,14 +65,25 @@ private:
 
 }  // namespace
 
-std::shared_ptr<Recording> Recording::create(const std::string& path, SystemError& error, ByteFiles& files) {
+bool Recording::begin(const std::string& path, SystemError& error, ByteFiles& files) {
     auto file = files.open(toWide(path), kFileCreate | kFileWrite, error);
-    if (!file) return nullptr;
-    return std::shared_ptr<Recording>(new Recording(std::move(file)));
+    if (!file) return false;
+    const std::lock_guard guard(m_lock);
+    m_file = std::move(file);
+    write(m_early);
+    m_early.clear();
+    return true;
 }
 
 void Recording::append(ByteSpan bytes) {
     const std::lock_guard guard(m_lock);
+    if (m_file)
+        write(bytes);
+    else
+        m_early.insert(m_early.end(), bytes.begin(), bytes.end());
+}
+
+void Recording::write(ByteSpan bytes) {
     SystemError error;
     const std::size_t count = m_file->write(bytes, error);
     m_written += count;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "vkcomm/platform/byte_file.h"
 #include "vkcomm/platform/comm_device.h"
@@ -19,9 +20,9 @@ namespace vkcomm {
 // Any thread.
 class Recording {
 public:
-    // Null when the file cannot be made, which error tells. An existing file is replaced.
-    static std::shared_ptr<Recording> create(const std::string& path, SystemError& error,
-                                             ByteFiles& files = systemByteFiles());
+    // Makes the file, or replaces an existing one, and writes what was appended before. False when that fails,
+    // which error tells.
+    bool begin(const std::string& path, SystemError& error, ByteFiles& files = systemByteFiles());
 
     void append(ByteSpan bytes);
 
@@ -33,10 +34,11 @@ public:
     SystemError error() const;
 
 private:
-    explicit Recording(std::unique_ptr<ByteFile> file) : m_file(std::move(file)) {}
+    void write(ByteSpan bytes);
 
     mutable std::mutex m_lock;
     std::unique_ptr<ByteFile> m_file;
+    std::vector<unsigned char> m_early;  // appended before there was a file
     SystemError m_error;
     std::atomic<std::uint64_t> m_written{0};
     std::atomic<std::uint64_t> m_lost{0};

@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <set>
 
 #include "host/settings_json.h"
 #include "vkcomm/datum/process_settings.h"
@@ -19,6 +20,7 @@ using Lines = std::vector<std::string>;
 
 constexpr std::string_view kBlanks = " \t";
 constexpr std::size_t kLongestListLine = 48;  // bytes that are read of a line of a list file
+constexpr std::size_t kMostProblems = 100;    // that are told
 constexpr int kEnglish = 1;                   // of nGetLang
 
 // A line of a text that holds the value of a field, as it stands there.
@@ -135,17 +137,21 @@ public:
         forEachField(m_kind, settings->records,
                      [&](int i, const SettingsField& field, const SettingsRef& value) {
                          const std::string problem = problemWithValue(field, value);
-                         if (!problem.empty() && !isReported(field, i))
+                         if (!problem.empty() && !m_full && !isReported(field, i))
                              report(lineOf(*settings, field, i), field,
                                     "is " + settingsValueText(value) + " and " + problem);
                      });
         if (m_kind.isList) checkList(settings->records, *settings);
         std::ranges::stable_sort(m_problems, {}, &SettingsProblem::line);
+        if (m_full) m_problems.push_back({0, "there are more problems than these"});
         return std::move(m_problems);
     }
 
 private:
-    void report(int line, std::string text) { m_problems.push_back({line, std::move(text)}); }
+    void report(int line, std::string text) {
+        m_full = m_problems.size() == kMostProblems;
+        if (!m_full) m_problems.push_back({line, std::move(text)});
+    }
 
     void report(int line, const SettingsField& field, const std::string& problem) {
         report(line, field.path() + " " + problem + " (" + std::string(field.meaning) + ")");
@@ -271,13 +277,12 @@ private:
     // What concerns more than one device.
     void checkList(const base::CMyObArray& devices, const Settings& settings) {
         int preferred = 0;
-        std::vector<BluetoothAddress> addresses;
-        for (int i = 0; i < devices.GetSize(); ++i) {
+        std::set<BluetoothAddress> addresses;
+        for (int i = 0; i < devices.GetSize() && !m_full; ++i) {
             const auto& device = static_cast<const CBTInformation&>(*devices.GetAt(i));
-            if (std::ranges::find(addresses, device.uAddress) != addresses.end())
+            if (!addresses.insert(device.uAddress).second)
                 report(lineOf(settings, *m_kind.find("", "uAddress"), i),
                        "uAddress stands in the list a second time");
-            addresses.push_back(device.uAddress);
             if (device.bPreferred != 0 && ++preferred == 2)
                 report(lineOf(settings, *m_kind.find("", "bPreferred"), i),
                        "bPreferred is set for a second device");
@@ -288,6 +293,7 @@ private:
     std::string_view m_bytes;
     std::vector<ValueLine> m_values;
     std::vector<SettingsProblem> m_problems;
+    bool m_full = false;  // a problem was left out
 };
 
 }  // namespace

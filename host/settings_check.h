@@ -9,7 +9,8 @@
 
 namespace vkcomm {
 
-// In the order of the lines; what belongs to no line stands first. Sets and restores the label language of the
+// In the order of the lines; what belongs to no line stands first. Of more than a hundred the rest is left out, which
+// the last one says. Sets and restores the label language of the
 // process: no other thread may write text blocks meanwhile.
 std::vector<SettingsProblem> checkSettings(const SettingsKind& kind, std::string_view bytes);
 

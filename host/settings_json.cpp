@@ -184,6 +184,9 @@ bool readSettingsJson(const SettingsKind& kind, std::string_view text, base::CMy
     } catch (const Json::parse_error& error) {
         problem = {lineAt(text, error.byte), "is no JSON from here on"};
         return false;
+    } catch (const Json::exception&) {
+        problem = {1, "holds a number that is too large for any field"};
+        return false;
     }
     if (!kind.isList) return readRecord(kind, text, json, records, problem);
     if (!json.is_array()) {

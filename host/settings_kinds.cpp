@@ -142,7 +142,7 @@ std::vector<SettingsField> baseJavadFields() {
         {"", "uDifFormat", "messages: 0 to 5 RTCM 2, 6 to 9 RTCM 3, 10 11 CMR, 12 13 Javad RTK", at<&R::uDifFormat>, {0, 13}},
         {"", "uElevMask", "elevation mask, degrees", at<&R::uElevMask>, kDegrees},
         {"", "uPort", "receiver port: 0 to 3 are a to d", at<&R::uPort>, kPorts},
-        {"", "nBaud", kJavadBaudMeaning, at<&R::nBaud>, kJavadBauds},
+        {"", "nBaud", "rate: 0 to 4 are 4800 to 57600 bit/s, any other 115200", at<&R::nBaud>, kAny},
         {"", "strStationID", "station identifier", at<&R::strStationID>, kAny, emptyText},
         {"", "uExtra", kHostsOwn, at<&R::uExtra>},
     };
@@ -178,7 +178,7 @@ std::vector<SettingsField> roverJavadFields() {
         {"", "uPort", "receiver port: 0 to 3 are a to d", at<&R::uPort>, kPorts},
         {"", "nBaud", kJavadBaudMeaning, at<&R::nBaud>, kJavadBauds},
         {"", "nNetwork", "network corrections: 0 none, 1 VRS, 2 FKP", at<&R::nNetwork>, kThreeChoices},
-        {"", "nAmbiguityLevel", "confidence of ambiguity fixes: 0 low, 1 medium, 2 high", at<&R::nAmbiguityLevel>, kThreeChoices},
+        {"", "nAmbiguityLevel", "confidence of ambiguity fixes: 0 low, 1 medium, any other high", at<&R::nAmbiguityLevel>, kAny},
         {"", "nEnvironment", "0 open sky, 1 forest", at<&R::nEnvironment>, {0, 1}},
     };
 }
@@ -248,7 +248,6 @@ SettingsKind baseKind() {
                                joined(basePairs(), antennaPairs("antenna", 2)));
     kind.hasTitleLine = true;
     kind.newestVersion = 4;
-    kind.readsNewerVersions = true;
     return kind;
 }
 

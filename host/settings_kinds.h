@@ -60,7 +60,6 @@ struct SettingsKind {
     bool hasTitleLine = false;
     std::vector<SettingsPair> pairs = {};
     int newestVersion = 1;
-    bool readsNewerVersions = false;
     int (*readBlock)(base::CObject& record, base::CStdioFileCe& file) = nullptr;
     void (*writeBlock)(const base::CObject& record, base::CStdioFileCe& file) = nullptr;
 

@@ -15,6 +15,19 @@ namespace {
 constexpr std::size_t kMostBytes = std::size_t{16} * 1024 * 1024;
 constexpr std::size_t kLongestName = 48;  // that a list file gives back
 
+// Lines that begin an entry; the line behind one is a name, whatever it says.
+int entriesIn(std::string_view bytes, std::string_view mark) {
+    int entries = 0;
+    bool isName = false;
+    while (!bytes.empty()) {
+        const std::string_view line = bytes.substr(0, bytes.find('\n'));
+        isName = !isName && line.find(mark) != line.npos;
+        if (isName) ++entries;
+        bytes.remove_prefix(std::min(line.size() + 1, bytes.size()));
+    }
+    return entries;
+}
+
 }  // namespace
 
 bool readList(const ListFile& list, const std::string& path, base::CMyObArray& array, IfMissing missing) {
@@ -26,6 +39,11 @@ bool readList(const ListFile& list, const std::string& path, base::CMyObArray& a
         return false;
     }
     list.read(bytes, array);
+    if (const int entries = entriesIn(bytes, list.mark); entries > array.GetSize()) {
+        complain(path + ": only " + std::to_string(array.GetSize()) + " of " + std::to_string(entries) +
+                 " entries can be read, because a line stands between two of them; nothing was changed");
+        return false;
+    }
     const bool isList = array.GetSize() > 0 || bytes.empty() || bytes.find("[END]") != bytes.npos;
     if (!isList)
         complain(path + ": is no list of " + list.entry + "s, having neither " + list.mark + " nor [END]");

@@ -64,7 +64,7 @@ int listPorts(bool isJson) {
             out += line + port.description + "\n";
         }
     }
-    if (isForbidden) complain(cureFor(kErrorAccessDenied));
+    if (isForbidden) complain("the group that owns the device, often dialout, must have you as a member");
     if (ports.empty()) complain("this machine has no serial port; sim:oem4 needs none");
     return kDone;
 }

@@ -27,15 +27,16 @@ int record(const Options& options) {
         complain(options.session.url + " is a file already; record takes a port");
         return kWrongUsage;
     }
-    SystemError failure;
-    const auto recording = Recording::create(options.file, failure);
-    if (!recording) {
-        complain(failure.message());
-        return kFailed;
-    }
+    const auto recording = std::make_shared<Recording>();
     TappedDevices devices(systemCommDevices(), recording);
     const auto session = openSession(options.session, &devices);
     if (!session) return kFailed;
+    // Only now: a port that cannot be opened must not cost an older recording.
+    SystemError failure;
+    if (!recording->begin(options.file, failure)) {
+        complain(failure.message());
+        return kFailed;
+    }
 
     std::uint64_t records = 0;
     const SessionSteps steps{

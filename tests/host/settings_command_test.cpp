@@ -92,15 +92,16 @@ TEST_F(Settings, GoThroughEveryFormAndLanguage) {
 
 TEST_F(Settings, AreShownWithTheirMeanings) {
     write("rover.json", R"({"kind": "rover-javad", "uPort": 2, "fElevMask": 7.5})");
-    EXPECT_EQ(run("settings show rover-javad rover.json").out,
-              "uDifFormat            2             corrections: 0 RTCM 2, 1 RTCM 3, 2 CMR, 3 JPS\n"
-              "fElevMask             7.5           elevation mask, degrees\n"
-              "fPDOPMask             30            PDOP mask\n"
-              "uPort                 2             receiver port: 0 to 3 are a to d\n"
-              "nBaud                 5             0 to 5: 4800, 9600, 19200, 38400, 57600, 115200 bit/s\n"
-              "nNetwork              0             network corrections: 0 none, 1 VRS, 2 FKP\n"
-              "nAmbiguityLevel       1             confidence of ambiguity fixes: 0 low, 1 medium, 2 high\n"
-              "nEnvironment          0             0 open sky, 1 forest\n");
+    EXPECT_EQ(
+        run("settings show rover-javad rover.json").out,
+        "uDifFormat            2             corrections: 0 RTCM 2, 1 RTCM 3, 2 CMR, 3 JPS\n"
+        "fElevMask             7.5           elevation mask, degrees\n"
+        "fPDOPMask             30            PDOP mask\n"
+        "uPort                 2             receiver port: 0 to 3 are a to d\n"
+        "nBaud                 5             0 to 5: 4800, 9600, 19200, 38400, 57600, 115200 bit/s\n"
+        "nNetwork              0             network corrections: 0 none, 1 VRS, 2 FKP\n"
+        "nAmbiguityLevel       1             confidence of ambiguity fixes: 0 low, 1 medium, any other high\n"
+        "nEnvironment          0             0 open sky, 1 forest\n");
     const auto shown = nlohmann::json::parse(run("settings show rover-javad rover.json --json").out);
     EXPECT_EQ(shown.at("uPort"), 2);
     EXPECT_EQ(shown.at("nBaud"), 5);
@@ -180,6 +181,11 @@ TEST_F(Settings, ListsAreNotMadeOfWhatIsNone) {
          EndsWith("added A\n[ANTENNA]\nA\n0.000\n0.000\n0.000\n[END]\n")},
         {"echo text >other; VKCOMM antenna add other A", 1,
          "vkcomm: other: is no list of antennas, having neither [ANTENNA] nor [END]\n"},
+        {"printf '[ANTENNA]\\nA\\n0\\n0\\n0\\n\\n[ANTENNA]\\nB\\n0\\n0\\n0\\n[END]\\n' >gap; VKCOMM antenna "
+         "add gap C",
+         1, HasSubstr("only 1 of 2 entries can be read")},
+        {"echo '{\"fElevMask\": 1e999}' >huge; VKCOMM settings show rover huge", 1,
+         HasSubstr("too large for any field")},
         {"VKCOMM antenna add . A", 1, HasSubstr("Is a directory")},
         {"VKCOMM antenna add new A --top nan", 2, HasSubstr("top to phase centre, metres is not -5 to 5")},
         {"VKCOMM antenna add new A --top 6", 2, HasSubstr("is not -5 to 5: 6")},

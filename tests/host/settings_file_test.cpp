@@ -319,6 +319,15 @@ TEST(SettingsCheck, NamesWhatIsWrongWithItsLine) {
     }
 }
 
+TEST(SettingsCheck, AHundredProblemsAreEnough) {
+    std::string list;
+    for (int i = 0; i < 100'000; ++i)
+        list += "[BTINFO]\n\n\n\n";
+    const auto problems = checkSettings(kindOf("bluetooth"), list);
+    ASSERT_EQ(problems.size(), 101u);
+    EXPECT_EQ(wordsOf(problems.back()), "0: there are more problems than these");
+}
+
 TEST(SettingsCheck, FilesCutAnywhereAreFound) {
     for (const char* kind : {"base", "rover", "bluetooth"}) {
         const std::string whole = kind == "base"s ? kBase : kind == "rover"s ? kRover : kDevices;

@@ -1,13 +1,14 @@
 // The order of the house: what may include what, and where the operating system may be named.
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <filesystem>
 #include <fstream>
 #include <map>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -56,7 +57,7 @@ std::ostream& operator<<(std::ostream& out, const Line& line) {
     return out << line.file << ":" << line.number << " " << line.text;
 }
 
-std::vector<Line> sourceLines() {
+std::vector<Line> readSources() {
     std::vector<Line> lines;
     for (const char* top : {"vkcomm", "host", "sim", "apps"})
         for (const auto& entry : fs::recursive_directory_iterator(kRoot / top)) {
@@ -71,19 +72,24 @@ std::vector<Line> sourceLines() {
     return lines;
 }
 
+const std::vector<Line>& sourceLines() {
+    static const std::vector<Line> lines = readSources();
+    return lines;
+}
+
 // What must not be even if a room should move to another floor.
 const std::set<std::pair<std::string, std::string>> kNever = {
     {"control", "formats"}, {"formats", "ports"}, {"frames", "ports"}};
 
 TEST(Floors, IncludesPointDownwards) {
-    const std::regex include("^#include \"([^\"]+)\"");
+    constexpr std::string_view kInclude = "#include \"";
     int seen = 0;
     for (const Line& line : sourceLines()) {
-        std::smatch match;
-        if (!std::regex_search(line.text, match, include)) continue;
+        if (!line.text.starts_with(kInclude)) continue;
         ++seen;
         const std::string from = roomOf(line.file);
-        const std::string to = roomOf(match[1]);
+        const std::string path = line.text.substr(kInclude.size());
+        const std::string to = roomOf(path.substr(0, path.find('"')));
         if (from.empty() || to.empty() || from == to) continue;
         ASSERT_GE(floorOf(from), 0) << line.file << " is in a room that is on no floor";
         ASSERT_GE(floorOf(to), 0) << line;
@@ -94,28 +100,39 @@ TEST(Floors, IncludesPointDownwards) {
     EXPECT_GT(seen, 50);
 }
 
-// No code outside of the place says what the pattern matches.
-void expectNowhere(const char* pattern, const char* place, const char* but) {
-    const std::regex forbidden(pattern);
+// A word that begins with a letter does not count as the end of a longer one.
+bool says(std::string_view text, std::string_view word) {
+    const auto isLetter = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_'; };
+    for (std::size_t at = text.find(word); at != text.npos; at = text.find(word, at + 1))
+        if (at == 0 || !isLetter(word[0]) || !isLetter(text[at - 1])) return true;
+    return false;
+}
+
+// No code of the place says any of the words, but for one part of it.
+void expectNowhere(std::initializer_list<std::string_view> words, std::string_view place,
+                   std::string_view but) {
     for (const Line& line : sourceLines()) {
         if (!line.file.starts_with(place) || line.file.starts_with(but)) continue;
-        EXPECT_FALSE(std::regex_search(line.text, forbidden)) << line;
+        for (const std::string_view word : words)
+            EXPECT_FALSE(says(line.text, word)) << line;
     }
 }
 
 TEST(Floors, OnlyPlatformKnowsAnOperatingSystem) {
-    expectNowhere(
-        "#include <(windows|unistd|termios|fcntl|poll|netdb|signal|dirent|dlfcn|pthread|winsock2|sys/|arpa/|"
-        "netinet/|linux/|bluetooth/)",
-        "", "vkcomm/platform/");
-    expectNowhere("_WIN32|_MSC_VER|__linux__|__unix__|__APPLE__", "", "vkcomm/platform/");
+    expectNowhere({"<windows", "<winsock2",   "<unistd", "<termios", "<fcntl",    "<poll",    "<netdb",
+                   "<signal",  "<dirent",     "<dlfcn",  "<pthread", "<sys/",     "<arpa/",   "<netinet/",
+                   "<linux/",  "<bluetooth/", "_WIN32",  "_MSC_VER", "__linux__", "__unix__", "__APPLE__"},
+                  "", "vkcomm/platform/");
 }
 
 TEST(Floors, NumbersOfWireTextGoThroughOneDoor) {
-    expectNowhere(
-        "\\b(s|sn|vs|vsn|f)?w?printf\\(|\\b(strto|wcsto)(d|f|l|ul|ll|ull)\\(|\\bato(i|f|l)\\(|\\bsscanf\\(|"
-        "\\b(to_w?string|sto(i|l|ll|ul|ull|f|d|ld))\\(|#include <(sstream|iomanip|iostream|ostream|locale)>",
-        "vkcomm/", "vkcomm/util/numbers");
+    expectNowhere({"printf(",    "sprintf(",  "snprintf(",  "fprintf(",  "vprintf(",   "vsprintf(",
+                   "vsnprintf(", "wprintf(",  "swprintf(",  "strtod(",   "strtof(",    "strtol(",
+                   "strtoll(",   "strtoul(",  "strtoull(",  "wcstod(",   "wcstol(",    "atoi(",
+                   "atof(",      "atol(",     "sscanf(",    "stoi(",     "stol(",      "stoll(",
+                   "stoul(",     "stoull(",   "stof(",      "stod(",     "to_string(", "to_wstring(",
+                   "<sstream>",  "<iomanip>", "<iostream>", "<ostream>", "<locale>"},
+                  "vkcomm/", "vkcomm/util/numbers");
 }
 
 std::string contents(const fs::path& path) {

@@ -9,50 +9,7 @@ namespace {
 using testing::ElementsAre;
 using Calls = std::vector<std::string>;
 
-enum class State {
-    kNeverOpened,
-    kOpenFailed,
-    kOpenNotMonitored,
-    kReaderWaits,
-    kReaderSleeps,
-    kWriterInDelay,
-    kWriterWrites,
-    kReaderStuck,
-    kBothStuck,
-    kPlaying,
-    kPlayed,
-};
-
-enum class Caller {
-    kHost,
-    kHostTwice,
-    kDestructor,
-    kOtherThread,
-    kTwoThreads,
-    kReaderHandler,
-    kWriterHandler
-};
-
-struct CloseCase {
-    const char* name;
-    State state;
-    int waits;        // slices of 200 ms that the close waits in vain
-    int threadsLeft;  // when it returns
-};
-
-const CloseCase kStates[] = {
-    {"never opened", State::kNeverOpened, 0, 0},
-    {"open failed", State::kOpenFailed, 0, 0},
-    {"open, not monitored", State::kOpenNotMonitored, 0, 0},
-    {"reader waits for an event", State::kReaderWaits, 0, 0},
-    {"reader sleeps", State::kReaderSleeps, 0, 0},
-    {"writer in a delay", State::kWriterInDelay, 0, 0},
-    {"writer writes", State::kWriterWrites, 10, 0},
-    {"driver holds the reader", State::kReaderStuck, 10, 1},
-    {"driver holds both", State::kBothStuck, 21, 2},
-    {"playing a file", State::kPlaying, 0, 0},
-    {"file played", State::kPlayed, 0, 0},
-};
+enum class Caller { kHost, kHostTwice, kDestructor, kOtherThread, kTwoThreads };
 
 class Closing : public PortTest {
 protected:
@@ -73,53 +30,23 @@ protected:
 
     void startWriting(WriteStep::Kind kind, int delay) {
         device->writes = {{kind, 0}};
-        start();
+        if (!user->bWriterRunning()) start();
         for (const char* text : {"one", "two"})
             user->WriteToPort(bytesOf(text).data(), 3, delay, 0, 1);
-        device->awaitWriteBegun(1);
+        device->awaitWriteBegun();
         if (delay > 0) clock.awaitWaiter();
     }
 
-    void bring(State state) {
-        switch (state) {
-        case State::kNeverOpened: break;
-        case State::kOpenFailed:
-            device->failing = {"open"};
-            EXPECT_EQ(user->InitPort(&owner, kPort, 9600), 0);
-            break;
-        case State::kOpenNotMonitored: EXPECT_EQ(user->InitPort(&owner, kPort, 9600), 1); break;
-        case State::kReaderWaits:
-            start();
-            device->awaitBlocked();
-            break;
-        case State::kReaderSleeps:
-            device->passes = {data(""), block()};
-            start();
-            clock.awaitWaiter();
-            break;
-        case State::kWriterInDelay: startWriting(WriteStep::kWhole, 60000); break;
-        case State::kWriterWrites: startWriting(WriteStep::kBlock, 0); break;
-        case State::kReaderStuck:
-            device->isDeaf = true;
-            start();
-            device->awaitBlocked();
-            break;
-        case State::kBothStuck:
-            device->isDeaf = true;
-            startWriting(WriteStep::kBlock, 0);
-            device->awaitBlocked();
-            break;
-        case State::kPlaying:
-        case State::kPlayed:
-            files.readable[L"./data.bin"] = state == State::kPlaying ? "???" : "";
-            user->SetVirtualPortSpeed(10);
-            user->EnableVirtualPort(true);
-            start();
-            if (state == State::kPlaying) clock.awaitWaiter();
-            while (state == State::kPlayed && user->bReaderRunning())
-                std::this_thread::yield();
-            break;
-        }
+    void startStuck() {
+        device->isDeaf = true;
+        start();
+        device->awaitBlocked();
+    }
+
+    void startPlaying(const std::string& bytes) {
+        files.readable[L"./data.bin"] = bytes;
+        user->EnableVirtualPort(true);
+        start();
     }
 
     void close(Caller caller) {
@@ -147,19 +74,70 @@ protected:
 };
 
 TEST_F(Closing, EveryStateByEveryThreadOfTheHost) {
+    struct {
+        const char* name;
+        std::function<void()> enter;
+        int waits;        // slices of 200 ms that the close waits in vain
+        int threadsLeft;  // when it returns
+    } const states[] = {
+        {"never opened", [] {}, 0, 0},
+        {"open failed",
+         [this] {
+             device->failing = {"open"};
+             EXPECT_EQ(user->InitPort(&owner, kPort, 9600), 0);
+         },
+         0, 0},
+        {"open, not monitored", [this] { EXPECT_EQ(user->InitPort(&owner, kPort, 9600), 1); }, 0, 0},
+        {"reader waits for an event",
+         [this] {
+             start();
+             device->awaitBlocked();
+         },
+         0, 0},
+        {"reader sleeps",
+         [this] {
+             device->passes = {data(""), block()};
+             start();
+             clock.awaitWaiter();
+         },
+         0, 0},
+        {"writer in a delay", [this] { startWriting(WriteStep::kWhole, 60000); }, 0, 0},
+        {"writer writes", [this] { startWriting(WriteStep::kBlock, 0); }, 10, 0},
+        {"driver holds the reader", [this] { startStuck(); }, 10, 1},
+        {"driver holds both",
+         [this] {
+             startStuck();
+             startWriting(WriteStep::kBlock, 0);
+         },
+         21, 2},
+        {"playing a file",
+         [this] {
+             startPlaying("???");
+             clock.awaitWaiter();
+         },
+         0, 0},
+        {"file played",
+         [this] {
+             startPlaying("");
+             while (user->bReaderRunning())
+                 std::this_thread::yield();
+         },
+         0, 0},
+    };
+
     for (const Caller caller :
          {Caller::kHost, Caller::kHostTwice, Caller::kDestructor, Caller::kOtherThread, Caller::kTwoThreads})
-        for (const CloseCase& each : kStates) {
+        for (const auto& each : states) {
             SCOPED_TRACE(std::string(each.name) + ", caller " + std::to_string(static_cast<int>(caller)));
             renew();
-            bring(each.state);
+            each.enter();
             const std::size_t opening = device->calls().size();
+            const bool hadDevice = opening > 1;
             auto closed = std::async(std::launch::async, [&] { close(caller); });
-            if (each.state == State::kReaderStuck) device->awaitClosed();  // the writer has gone until then
+            if (each.threadsLeft == 1) device->awaitClosed();  // the writer has gone until then
             EXPECT_EQ(clock.passNext(each.waits),
                       std::vector<int>(static_cast<std::size_t>(each.waits), 200));
             closed.get();
-            const bool hadDevice = opening > 1;
             EXPECT_EQ(device->calls().size(), opening + (hadDevice ? 3 : 0));
             if (user) {
                 EXPECT_EQ(user->Counters().threadsLeft, each.threadsLeft);
@@ -253,7 +231,7 @@ TEST_F(Closing, HostAndHandlerAtOnce) {
 
 TEST_F(Closing, ALateReaderReachesNothingOfThePort) {
     device->passes = {{kEventReceived, "late", {}, true}};
-    bring(State::kReaderStuck);
+    startStuck();
     auto closed = std::async(std::launch::async, [&] { user->vClosePort(); });
     device->awaitClosed();
     clock.passNext(10);
@@ -265,7 +243,7 @@ TEST_F(Closing, ALateReaderReachesNothingOfThePort) {
 }
 
 TEST_F(Closing, TakesItsMessagesBack) {
-    bring(State::kReaderWaits);
+    start();
     const auto sender = reinterpret_cast<std::intptr_t>(static_cast<CSerialPort*>(user.get()));
     user->vClosePort();
     EXPECT_THAT(owner.forgotten(),

@@ -41,16 +41,14 @@ struct WriteStep {
 class FakeDevice final : public CommDevice {
 public:
     std::deque<Pass> passes;
-    std::deque<WriteStep> writes;                       // then all are whole
-    std::set<std::string> failing;                      // names of calls
-    std::map<std::uint32_t, std::deque<int>> outcomes;  // of control, by code; then 0
+    std::deque<WriteStep> writes;                                 // then all are whole
+    std::set<std::string> failing;                                // names of calls
+    std::map<std::uint32_t, std::deque<std::uint32_t>> outcomes;  // of control, by code; then 0
     int openNumber = 0;
     CommState driver{.BaudRate = 4800, .fOutX = 1, .ByteSize = 7, .Parity = 2, .StopBits = 2};
 
     bool open(const std::wstring& name, std::uint32_t attributes) override {
-        std::ostringstream line;
-        line << "open " << std::string(name.begin(), name.end()) << std::hex << ' ' << attributes;
-        return note(line.str());
+        return note("open", std::string(name.begin(), name.end()), attributes);
     }
 
     int openError() const override { return openNumber; }
@@ -60,21 +58,17 @@ public:
     bool getTimeouts(CommTimeouts&) override { return note("getTimeouts"); }
 
     bool setTimeouts(const CommTimeouts& t) override {
-        std::ostringstream line;
-        line << "setTimeouts " << std::hex << t.readInterval << std::dec << ' ' << t.readMultiplier << ' '
-             << t.readConstant << ' ' << t.writeMultiplier << ' ' << t.writeConstant;
-        return note(line.str());
+        return note("setTimeouts", t.readInterval, t.readMultiplier, t.readConstant, t.writeMultiplier,
+                    t.writeConstant);
     }
 
     bool setEventMask(std::uint32_t mask) override {
-        const std::scoped_lock lock(m_lock);
-        m_isReleased = mask == 0;
-        m_changed.notify_all();
-        return noteLocked("setEventMask " + std::to_string(mask));
+        change([&] { m_isReleased = mask == 0; });
+        return note("setEventMask", mask);
     }
 
     bool setQueueSizes(std::uint32_t in, std::uint32_t out) override {
-        return note("setQueueSizes " + std::to_string(in) + ' ' + std::to_string(out));
+        return note("setQueueSizes", in, out);
     }
 
     bool getState(CommState& state) override {
@@ -85,14 +79,11 @@ public:
 
     bool setState(const CommState& s) override {
         driver = s;
-        std::ostringstream line;
-        line << "setState " << s.BaudRate << ' ' << int{s.ByteSize} << ' ' << int{s.Parity} << ' '
-             << int{s.StopBits} << ' ' << s.fBinary << s.fDtrControl << s.fRtsControl << s.fTXContinueOnXoff
-             << s.fInX << s.fOutX;
-        return note(line.str());
+        return note("setState", s.BaudRate, int{s.ByteSize}, int{s.Parity}, int{s.StopBits}, s.fBinary,
+                    s.fDtrControl, s.fRtsControl, s.fTXContinueOnXoff, s.fInX, s.fOutX);
     }
 
-    bool purge(std::uint32_t flags) override { return note("purge " + std::to_string(flags)); }
+    bool purge(std::uint32_t flags) override { return note("purge", flags); }
 
     bool waitForEvent(std::uint32_t& events) override { return nextPass(events); }
 
@@ -118,7 +109,7 @@ public:
             step = writes.front();
             writes.pop_front();
         }
-        ++m_writesBegun;
+        m_isWriteBegun = true;
         m_changed.notify_all();
         if (step.kind == WriteStep::kBlock)
             m_changed.wait(lock, [this] { return m_isFreed || (!isDeaf && m_isClosed); });
@@ -137,48 +128,40 @@ public:
     bool control(std::uint32_t code, const unsigned char* input, std::uint32_t length,
                  std::uint32_t& outcome) override {
         if (code == kControlWait) return nextPass(outcome);
-        const std::scoped_lock lock(m_lock);
-        std::deque<int>& scripted = outcomes[code];
-        outcome = scripted.empty() ? 0 : static_cast<std::uint32_t>(scripted.front());
-        if (!scripted.empty()) scripted.pop_front();
-        return noteLocked("control " + std::to_string(code) + (input ? " address " : " null ") +
-                          std::to_string(length));
+        change([&] {
+            std::deque<std::uint32_t>& scripted = outcomes[code];
+            outcome = scripted.empty() ? 0 : scripted.front();
+            if (!scripted.empty()) scripted.pop_front();
+        });
+        return note("control", code, input ? "address" : "null", length);
     }
 
     void close() override {
-        const std::scoped_lock lock(m_lock);
-        noteLocked("close");
-        m_isClosed = true;
-        m_changed.notify_all();
+        note("close");
+        change([this] { m_isClosed = true; });
     }
 
     bool isDeaf = false;  // close and setEventMask release nobody: a driver that hangs
 
     // Lets go what a deaf device holds.
     void free() {
-        const std::scoped_lock lock(m_lock);
-        m_isFreed = true;
-        m_changed.notify_all();
+        change([this] { m_isFreed = true; });
     }
 
     void awaitWrites(std::size_t count) {
-        std::unique_lock lock(m_lock);
-        m_changed.wait(lock, [&] { return m_written.size() >= count; });
+        await([&] { return m_written.size() >= count; });
     }
 
-    void awaitWriteBegun(std::size_t count) {
-        std::unique_lock lock(m_lock);
-        m_changed.wait(lock, [&] { return m_writesBegun >= count; });
+    void awaitWriteBegun() {
+        await([&] { return m_isWriteBegun; });
     }
 
     void awaitClosed() {
-        std::unique_lock lock(m_lock);
-        m_changed.wait(lock, [&] { return m_isClosed; });
+        await([&] { return m_isClosed; });
     }
 
     void awaitBlocked() {
-        std::unique_lock lock(m_lock);
-        m_changed.wait(lock, [&] { return m_isBlocked; });
+        await([&] { return m_isBlocked; });
     }
 
     std::vector<std::string> calls() const { return copy(m_calls); }
@@ -194,14 +177,27 @@ private:
         return from;
     }
 
-    bool note(const std::string& call) {
+    template <typename Change>
+    void change(Change change) {
         const std::scoped_lock lock(m_lock);
-        return noteLocked(call);
+        change();
+        m_changed.notify_all();
     }
 
-    bool noteLocked(const std::string& call) {
-        m_calls.push_back(call);
-        return !failing.contains(call.substr(0, call.find(' ')));
+    template <typename Reached>
+    void await(Reached reached) {
+        std::unique_lock lock(m_lock);
+        m_changed.wait(lock, reached);
+    }
+
+    template <typename... Parts>
+    bool note(const char* call, const Parts&... parts) {
+        std::ostringstream line;
+        line << call;
+        ((line << ' ' << parts), ...);
+        const std::scoped_lock lock(m_lock);
+        m_calls.push_back(line.str());
+        return !failing.contains(call);
     }
 
     bool nextPass(std::uint32_t& events) {
@@ -223,7 +219,7 @@ private:
     std::vector<std::string> m_calls;
     std::vector<std::string> m_written;
     std::vector<std::size_t> m_reads;
-    std::size_t m_writesBegun = 0;
+    bool m_isWriteBegun = false;
     Pass m_pass;
     bool m_isBlocked = false;
     bool m_isReleased = false;

@@ -7,11 +7,11 @@ namespace {
 using testing::ElementsAre;
 using Calls = std::vector<std::string>;
 
-const std::string kOpen = "open COM5: 10000000";
-const std::string kTimeouts = "setTimeouts ffffffff 0 0 10 1000";
+const std::string kOpen = "open COM5: 268435456";
+const std::string kTimeouts = "setTimeouts 4294967295 0 0 10 1000";
 const std::string kMask = "setEventMask 1";
 const std::string kQueues = "setQueueSizes 8192 8192";
-const std::string kState = "setState 9600 8 0 0 100000";
+const std::string kState = "setState 9600 8 0 0 1 0 0 0 0 0";
 
 struct OpenCase {
     const char* name;
@@ -72,7 +72,7 @@ TEST_F(OpenPort, OpeningAgainClosesFirst) {
 struct BluetoothCase {
     const char* name;
     bool hasAddress;
-    std::deque<int> connects;
+    std::deque<std::uint32_t> connects;
     int result;
     Calls calls;
 };
@@ -107,7 +107,7 @@ TEST_F(OpenPort, ChangesTheRateOnlyWhenItDiffers) {
     EXPECT_EQ(port.Decoder().iBytesInRxBuf(), 0);
     EXPECT_EQ(device->calls().back(), "getState");
     EXPECT_EQ(port.bChangeBaudrate(115200), 1);
-    EXPECT_EQ(device->calls().back(), "setState 115200 8 0 0 100000");
+    EXPECT_EQ(device->calls().back(), "setState 115200 8 0 0 1 0 0 0 0 0");
     EXPECT_EQ(port.strGetBaud(), L"115200");
     device->failing = {"getState"};
     EXPECT_EQ(port.bChangeBaudrate(9600), 0);

@@ -229,7 +229,7 @@ TEST(Vectors, Oem4) {
 std::uint64_t bitsOf(ByteSpan record, unsigned first, unsigned count) {
     std::uint64_t value = 0;
     for (unsigned bit = first + count; bit-- > first;)
-        value = value << 1 | (record[bit / 8] >> bit % 8 & 1u);
+        value = value << 1 | (static_cast<unsigned>(record[bit / 8]) >> bit % 8 & 1U);
     return value;
 }
 

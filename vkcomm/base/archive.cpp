@@ -228,8 +228,13 @@ bool CArchive::isWanted(const CRuntimeClass& type, const Tag& tag, const CRuntim
 
 std::unique_ptr<CObject> CArchive::create(const Tag& tag, const CRuntimeClass* pWanted) {
     const CRuntimeClass* const type = loadClass(tag, pWanted);
-    std::unique_ptr<CObject> object(type == nullptr ? nullptr : type->CreateObject());
-    if (object == nullptr) return nullptr;
+    if (type == nullptr) return nullptr;
+    std::unique_ptr<CObject> object(type->CreateObject());
+    if (object == nullptr) {
+        fail(ArchiveFault::kBadClass, tag.offset,
+             std::string("class ") + type->m_lpszClassName + " cannot be created");
+        return nullptr;
+    }
     m_numbered.push_back({type, object.get()});
     serialize(*object, tag.offset);
     if (m_error) object.reset();

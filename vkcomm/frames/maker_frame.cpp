@@ -28,6 +28,7 @@ std::vector<Bytes> makerFrames(std::string_view letters, GPSOEMTYPE dialect, Byt
     const bool needsRest = bytes.size() > kMakerPayload && bytes.size() % kMakerPayload == 0;
     if (pieces.empty() || needsRest) pieces.emplace_back();
     std::vector<Bytes> frames;
+    frames.reserve(pieces.size());
     for (const ByteSpan piece : pieces)
         frames.push_back(makerFrame(letters, makerSelector(dialect), piece));
     return frames;

@@ -20,6 +20,7 @@ constexpr std::size_t kPlaybackBuffer =
 constexpr auto kReaderPause = 200ms;
 constexpr auto kNothingQueuedPause = 100ms;
 constexpr auto kTick = 100ms;
+constexpr auto kRoomPause = 1ms;
 constexpr int kTicksPerSecond = 10;
 
 }  // namespace
@@ -127,7 +128,7 @@ bool PortSession::playTick(ByteFile& file, std::span<unsigned char> buffer, std:
 bool PortSession::awaitRoom(std::size_t bytes) {
     while (!m_reader.stop.isSet()) {
         if (decoderRoom() >= bytes) return true;
-        pause(m_reader, kTick);
+        pause(m_reader, kRoomPause);
     }
     return false;
 }

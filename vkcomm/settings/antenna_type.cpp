@@ -45,7 +45,7 @@ bool differ(float left, float right) { return !(std::fabs(left - right) < kSameL
 
 CAntType::CAntType() { vInit(); }
 
-CAntType::CAntType(const CAntType& other) : base::CObject() { *this = other; }
+CAntType::CAntType(const CAntType& other) : CAntType() { *this = other; }
 
 CAntType& CAntType::operator=(const CAntType& other) {
     strName = other.strName;

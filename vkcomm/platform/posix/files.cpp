@@ -47,7 +47,8 @@ private:
 bool writeAll(int fd, std::string_view bytes) {
     while (!bytes.empty()) {
         const ssize_t count = ::write(fd, bytes.data(), bytes.size());
-        if (count < 0 && errno != EINTR) return false;
+        if (count == 0) errno = EIO;
+        if (count == 0 || (count < 0 && errno != EINTR)) return false;
         if (count > 0) bytes.remove_prefix(static_cast<std::size_t>(count));
     }
     return true;
