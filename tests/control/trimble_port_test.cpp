@@ -1,5 +1,11 @@
 #include "vkcomm/control/trimble_port.h"
 
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <memory>
 #include <thread>
 
 #include "tests/control/golden.h"
@@ -249,7 +255,7 @@ TEST_F(TrimblePortTest, CorrectionsAreDroppedWhileTheQueueIsBusy) {
     device->writes = {{WriteStep::kBlock, 0}};
     open();
     port.vGetSerial();
-    device->awaitWriteBegun(1);
+    device->awaitWriteBegun();
     port.vSendVDCmd(kBytes, 4, OEM_NOVATEL_5);
     port.vSendCorsData(kBytes, 4, OEM_TYPE_13);
     EXPECT_EQ(port.nQueueDepth(), 1);

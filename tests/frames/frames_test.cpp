@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "tests/frames/frame_texts.h"
 #include "vkcomm/frames/board_frames.h"
 #include "vkcomm/frames/maker_frame.h"

@@ -16,8 +16,8 @@
 
 namespace vkcomm {
 
-// What one wait for events brings: the event word, what is said to be queued, and what is then read. block waits
-// until the wait is released.
+// What one wait for events brings: the event word, what is said to be queued, and what is then read. A block waits until
+// it is released: the wait for the event, or the read when there is something to read.
 struct Pass {
     std::uint32_t events = kEventReceived;
     std::string bytes;
@@ -94,7 +94,8 @@ public:
     }
 
     std::size_t read(std::span<unsigned char> buffer) override {
-        const std::scoped_lock lock(m_lock);
+        std::unique_lock lock(m_lock);
+        if (m_pass.isBlock) awaitRelease(lock);
         m_reads.push_back(buffer.size());
         const std::size_t count = std::min(buffer.size(), m_pass.bytes.size());
         std::copy_n(m_pass.bytes.begin(), count, buffer.begin());
@@ -200,16 +201,19 @@ private:
         return !failing.contains(call);
     }
 
+    void awaitRelease(std::unique_lock<std::mutex>& lock) {
+        m_isBlocked = true;
+        m_changed.notify_all();
+        m_changed.wait(lock, [this] { return m_isFreed || (!isDeaf && (m_isReleased || m_isClosed)); });
+    }
+
     bool nextPass(std::uint32_t& events) {
         std::unique_lock lock(m_lock);
         m_pass = {0, {}, {}, false};
         if (!passes.empty()) m_pass = passes.front();
         const bool isOver = passes.empty();
         if (!isOver) passes.pop_front();
-        m_isBlocked = m_pass.isBlock;
-        m_changed.notify_all();
-        if (m_pass.isBlock)
-            m_changed.wait(lock, [this] { return m_isFreed || (!isDeaf && (m_isReleased || m_isClosed)); });
+        if (m_pass.isBlock && m_pass.bytes.empty()) awaitRelease(lock);
         events = m_pass.events;
         return !isOver && !m_isClosed;
     }

@@ -2,6 +2,7 @@
 // anything is sent; CTrimblePort sends them.
 #pragma once
 
+#include <iterator>
 #include <string>
 #include <vector>
 

@@ -11,8 +11,10 @@
 // One thread at a time; see CSerialPort for the threads of a port. Records given by pointer stay the caller's.
 #pragma once
 
+#include <cstdint>
 #include <deque>
 #include <string>
+#include <vector>
 
 #include "vkcomm/control/command_step.h"
 #include "vkcomm/datum/geodetic.h"

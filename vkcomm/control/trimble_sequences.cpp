@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstdint>
 
 #include "vkcomm/control/base_sequences.h"
 #include "vkcomm/control/command_carriers.h"
