@@ -29,7 +29,9 @@ std::size_t allocated = 0;  // bytes asked for so far
     throw std::bad_alloc();
 }
 
-[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return std::malloc(size); }
+[[gnu::noinline]] void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return std::malloc(size);
+}
 
 [[gnu::noinline]] void operator delete(void* memory) noexcept { std::free(memory); }
 
@@ -173,6 +175,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fuzz::requireRecordLaws<CBaseConfigJavad>(input);
     fuzz::requireRecordLaws<CRoverConfig>(input);
     fuzz::requireRecordLaws<CRoverConfigJavad>(input);
+    fuzz::requireRecordLaws<CBTInformation>(input);
     fuzz::requireObjectLaws(input);
     fuzz::requireArrayLaws(input);
     return 0;

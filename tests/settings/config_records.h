@@ -5,6 +5,7 @@
 #include <tuple>
 
 #include "vkcomm/settings/base_config.h"
+#include "vkcomm/settings/bluetooth_list.h"
 #include "vkcomm/settings/rover_config.h"
 
 namespace vkcomm::test {
@@ -34,6 +35,8 @@ inline auto fieldsOf(CRoverConfigJavad& c) {
     return std::tie(c.uDifFormat, c.fElevMask, c.fPDOPMask, c.uPort, c.nBaud, c.nNetwork, c.nAmbiguityLevel,
                     c.nEnvironment);
 }
+
+inline auto fieldsOf(CBTInformation& c) { return std::tie(c.uAddress, c.strName, c.bPreferred); }
 
 inline void fill(CAntType& c) {
     fieldsOf(c) = std::tuple(L"Zephyr", 1, 1.75f, std::array{0.125f, 0.25f, 0.5f});
