@@ -92,6 +92,10 @@ void writeOptional(FieldWriter& fields, std::string_view name, std::optional<dou
     if (value) fields.real(name, *value, decimals);
 }
 
+void writeCount(FieldWriter& fields, std::string_view name, std::uint64_t count) {
+    fields.integer(name, static_cast<std::int64_t>(count));
+}
+
 }  // namespace
 
 std::string_view qualityText(int quality) {
@@ -99,15 +103,8 @@ std::string_view qualityText(int quality) {
     return index < kQualities.size() ? kQualities[index] : "unknown";
 }
 
-double LiveReport::Message::rate() const {
-    if (count < 2 || last <= first) return 0.0;
-    return static_cast<double>(count - 1) * 1000.0 / static_cast<double>((last - first).count());
-}
-
 void LiveReport::count(const RoutedRecord& record, std::chrono::milliseconds now) {
-    Message& message = m_messages[kindOf(record.record)];
-    if (message.count++ == 0) message.first = now;
-    message.last = now;
+    m_messages[kindOf(record.record)].add(now);
     ++m_records;
 }
 
@@ -140,7 +137,8 @@ std::string LiveReport::screen(ReceiverSession& session, std::chrono::millisecon
     std::size_t shown = 0;
     for (const auto& [kind, message] : m_messages) {
         if (++shown > kMostMessages) break;
-        appendFormat(text, "%s%s %.1f/s", shown > 1 ? ", " : "", shownName(kind).c_str(), message.rate());
+        appendFormat(text, "%s%s %.1f/s", shown > 1 ? ", " : "", shownName(kind).c_str(),
+                     message.perSecond(now));
     }
     const DecoderCounters counters = session.stream().counters();
     const PortCounters port = session.port().Counters();
@@ -183,6 +181,8 @@ std::string LiveReport::json(ReceiverSession& session, std::chrono::milliseconds
         fields.real("latitude_deg", snapshot.position->latitude, 9);
         fields.real("longitude_deg", snapshot.position->longitude, 9);
         fields.real("height_m", snapshot.position->height, 4);
+        fields.text("height_above",
+                    snapshot.position->above == HeightReference::kEllipsoid ? "ellipsoid" : "sea level");
     }
     fields.integer("quality", snapshot.quality);
     if (snapshot.satellitesUsed) fields.integer("satellites_used", *snapshot.satellitesUsed);
@@ -205,11 +205,24 @@ std::string LiveReport::json(ReceiverSession& session, std::chrono::milliseconds
         fields.endItem();
     }
     fields.endList();
-    fields.integer("records", static_cast<std::int64_t>(m_records));
-    fields.integer("bytes", static_cast<std::int64_t>(port.received));
-    fields.integer("dropped_bytes", static_cast<std::int64_t>(session.stream().counters().dropped));
-    fields.integer("overflow_bytes", static_cast<std::int64_t>(port.overflowBytes));
+    fields.beginList("messages");
+    for (const auto& [kind, message] : m_messages) {
+        fields.beginItem();
+        fields.text("name", shownName(kind));
+        writeCount(fields, "count", message.total());
+        fields.real("per_second", message.perSecond(now), 1);
+        fields.endItem();
+    }
+    fields.endList();
+    writeCount(fields, "records", m_records);
+    writeCount(fields, "bytes", port.received);
+    writeCount(fields, "dropped_bytes", session.stream().counters().dropped);
+    writeCount(fields, "overflow_bytes", port.overflowBytes);
+    writeCount(fields, "read_errors", port.readErrors);
+    writeCount(fields, "write_errors", port.writeErrors);
+    writeCount(fields, "losses", m_losses);
     fields.integer("reopened", session.reopened());
+    if (!m_lastEvent.empty()) fields.fileName("last_event", m_lastEvent);
     return text + "}\n";
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "host/rate_meter.h"
 #include "host/receiver_session.h"
 
 namespace vkcomm {
@@ -19,8 +20,8 @@ public:
     void count(const RoutedRecord& record, std::chrono::milliseconds now);
     void note(const SessionEvent& event);
 
-    // A screen of text lines: address and state, time, position, quality, DOPs, sigmas, satellites with bars, rates of the
-    // messages, bytes and errors.
+    // A screen of text lines: address and state, time, position, quality, DOPs, sigmas, satellites with bars, rates
+    // of the messages, bytes and errors.
     std::string screen(ReceiverSession& session, std::chrono::milliseconds now) const;
     // One line with the most important of it.
     std::string line(ReceiverSession& session) const;
@@ -35,24 +36,15 @@ public:
     void countPosition() { ++m_positions; }
 
 private:
-    struct Message {
-        std::uint64_t count = 0;
-        std::chrono::milliseconds first{};
-        std::chrono::milliseconds last{};
-
-        // Messages a second; 0 for fewer than two.
-        double rate() const;
-    };
-
     const std::chrono::milliseconds m_start;
-    std::map<MessageKind, Message> m_messages;
+    std::map<MessageKind, RateMeter> m_messages;
     std::uint64_t m_records = 0;
     std::uint64_t m_positions = 0;
     std::uint64_t m_losses = 0;
     std::string m_lastEvent;
 };
 
-// "fixed RTK" and its like, for the quality of a GGA sentence.
+// "RTK fixed" and its like, for the quality of a GGA sentence.
 std::string_view qualityText(int quality);
 
 }  // namespace vkcomm

@@ -13,6 +13,9 @@ constexpr std::size_t kMostLooked = 8192;
 constexpr auto kLongestLook = 3000ms;
 constexpr std::size_t kEnoughSentences = 2048;
 constexpr auto kEnoughTime = 1500ms;
+constexpr std::uint64_t kEnoughInDoubt = 2;  // records: one may be noise that a wrong rate makes
+constexpr std::size_t kLookedAgain = 4096;
+constexpr std::size_t kLongestFrame = 8192;
 
 DecoderCounters sum(DecoderCounters left, const DecoderCounters& right) {
     left.received += right.received;
@@ -37,7 +40,10 @@ void LiveStream::feed(ByteSpan bytes) {
     m_paused = false;
     m_fedSinceLead += bytes.size();
     m_pending.insert(m_pending.end(), bytes.begin(), bytes.end());
-    if (!m_reader) look();
+    if (!m_reader)
+        look();
+    else if (!m_family)
+        lookAgain(bytes);
 }
 
 void LiveStream::watch() {
@@ -49,12 +55,8 @@ void LiveStream::watch() {
 void LiveStream::look() {
     if (!m_lookingSince) m_lookingSince = m_clock.now();
     const StreamCensus census(m_pending);
-    // Receivers of every family may send sentences too, and send them first.
-    const bool isSure = census.guess() && (census.guess()->name != "nmea" || m_choice.family ||
-                                           m_pending.size() >= kEnoughSentences ||
-                                           m_clock.now() - *m_lookingSince >= kEnoughTime);
-    m_recognised = isSure;
-    if (isSure) return begin(census);
+    m_recognised = isSure(census);
+    if (m_recognised) return begin(census);
     if (m_doubtful) {
         if (m_pending.size() < kMostLooked) return;
         const std::size_t half = m_pending.size() / 2;
@@ -65,15 +67,43 @@ void LiveStream::look() {
     }
 }
 
+bool LiveStream::isSure(const StreamCensus& census) const {
+    if (m_choice.family && !StreamCensus::canTell(*m_choice.family)) return true;
+    if (!census.guess() || (m_doubtful && census.records() < kEnoughInDoubt)) return false;
+    // Receivers of every family may send sentences too, and send them first.
+    return census.guess()->name != "nmea" || m_choice.family || m_pending.size() >= kEnoughSentences ||
+           m_clock.now() - *m_lookingSince >= kEnoughTime;
+}
+
 void LiveStream::begin(const StreamCensus& census) {
     if (!m_choice.family) m_family = census.guess();
     if (m_family) m_router.setReceiver(census.positionsFrom(*m_family));
-    // What was recognised may not be all that comes: only a family that was asked for narrows the search.
+    makeReader();
+}
+
+// What was recognised may not be all that comes: only a family that was asked for narrows the search.
+void LiveStream::makeReader() {
     m_decoder.vSetDecodeMask(m_choice.mask     ? *m_choice.mask
                              : m_choice.family ? m_choice.family->decodeMask
                                                : kDecodeAll);
     const bool isJavad = m_family && m_family->name == "javad";
     m_reader = isJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+}
+
+// A receiver may send something else first, such as the texts of its start, and be known only later.
+void LiveStream::lookAgain(ByteSpan bytes) {
+    m_looked.insert(m_looked.end(), bytes.begin(), bytes.end());
+    if (m_looked.size() < kLookedAgain) return;
+    const StreamCensus census(m_looked);
+    m_looked.erase(m_looked.begin(), m_looked.end() - static_cast<std::ptrdiff_t>(kLookedAgain / 2));
+    if (!census.guess()) return;
+    m_family = census.guess();
+    m_recognised = true;
+    m_looked.clear();
+    m_router.setReceiver(census.positionsFrom(*m_family));
+    if (m_family->name != "javad") return;  // the others have one reader
+    dropReader();
+    makeReader();
 }
 
 // False when there is nothing to feed. A CR at the end waits for its LF unless the line has paused.
@@ -133,7 +163,15 @@ void LiveStream::watchLead() {
         m_leadSince = m_clock.now();
         m_fedSinceLead = 0;
     }
-    m_leadIsStale = m_clock.now() - *m_leadSince >= m_choice.staleLead;
+    m_leadIsStale = m_clock.now() - *m_leadSince >= m_choice.staleLead + lineTime();
+}
+
+// A frame of thousands of bytes takes a slow line longer than a false lead may stay.
+std::chrono::milliseconds LiveStream::lineTime() const {
+    constexpr std::size_t kBitsPerByte = 10;
+    if (!m_rate || *m_rate == 0) return 0ms;
+    const std::size_t bits = std::min(m_fedSinceLead, kLongestFrame) * kBitsPerByte;
+    return std::chrono::milliseconds(1000 * bits / *m_rate);
 }
 
 // Of one false lead after another, all that have waited as long go at once; a frame that has begun to come since
@@ -150,19 +188,28 @@ bool LiveStream::giveUpStaleLead() {
 }
 
 void LiveStream::restart() {
-    const DecoderCounters before = counters();
-    m_before = before;
-    m_before.dropped += m_pending.size() + (m_reader ? m_reader->held() : 0);
+    dropReader();
+    m_before.received += m_pending.size();
+    m_before.dropped += m_pending.size();
+    m_pending.clear();
+    m_looked.clear();
+    m_lookingSince.reset();
+    m_recognised = false;
+    m_family = m_choice.family;
+}
+
+// What the reader holds is dropped; the counters go on.
+void LiveStream::dropReader() {
+    const std::size_t pending = m_pending.size();
+    m_before = counters();
+    m_before.received -= pending;
+    m_before.dropped += m_reader ? m_reader->held() : 0;
     m_droppedLooking = 0;
     m_reader.reset();
     m_decoder = CNOut();
     m_decoder.vSetClock(m_unhurried);
-    m_pending.clear();
-    m_lookingSince.reset();
     m_leadSince.reset();
     m_leadIsStale = false;
-    m_recognised = false;
-    m_family = m_choice.family;
 }
 
 DecoderCounters LiveStream::counters() const {

@@ -20,7 +20,7 @@ struct LiveChoice {
     const ReceiverFamily* family = nullptr;  // null: recognised
     std::optional<std::uint32_t> mask;       // instead of the family's
     // A lead byte whose frame stays incomplete for this long, without a record meanwhile, is given up: it was
-    // none. 0: never.
+    // none. The time the line needs for the bytes that have come since does not count. 0: never.
     std::chrono::milliseconds staleLead{2000};
 };
 
@@ -30,6 +30,9 @@ public:
     LiveStream(const LiveChoice& choice, Clock& clock);
 
     void feed(ByteSpan bytes);
+
+    // Bits per second of the line, ten for a byte; nothing: fast.
+    void setRate(std::optional<unsigned int> rate) { m_rate = rate; }
 
     // Call when nothing has come for a moment (some tens of milliseconds): a line that ends in a CR has ended.
     void pause() { m_paused = true; }
@@ -63,11 +66,16 @@ public:
 
 private:
     void look();
+    bool isSure(const StreamCensus& census) const;
     void begin(const StreamCensus& census);
+    void lookAgain(ByteSpan bytes);
+    void makeReader();
+    void dropReader();
     bool feedReader();
     std::optional<RoutedRecord> routed(const std::optional<RecordView>& record);
     void preferBinary(const RoutedRecord& routed);
     void watchLead();
+    std::chrono::milliseconds lineTime() const;
     bool giveUpStaleLead();
 
     const LiveChoice m_choice;
@@ -78,6 +86,8 @@ private:
     RecordRouter m_router;
     const ReceiverFamily* m_family;
     std::vector<unsigned char> m_pending;  // not decoded yet
+    std::vector<unsigned char> m_looked;   // the last bytes of a stream that is decoded without being known
+    std::optional<unsigned int> m_rate;
     std::optional<std::chrono::milliseconds> m_lookingSince;
     std::optional<std::chrono::milliseconds> m_leadSince;
     std::size_t m_fedSinceLead = 0;  // bytes

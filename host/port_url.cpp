@@ -153,7 +153,7 @@ std::optional<PortUrl> parsePortUrl(std::string_view text, std::string& error) {
         url.kind = scheme.kind;
         url.text = text;
         const std::string_view rest = text.substr(scheme.name.size() + 1);
-        const std::size_t question = std::min(rest.find('?'), rest.size());
+        const std::size_t question = std::min(rest.rfind('?'), rest.size());
         if (!scheme.readTarget(rest.substr(0, question), url)) {
             error = url.text + " is not like " + std::string(scheme.example);
             return std::nullopt;

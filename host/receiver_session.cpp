@@ -40,6 +40,9 @@ ReceiverSession::~ReceiverSession() { close(); }
 bool ReceiverSession::open(std::string& error) {
     close();
     m_isOver = false;
+    m_isFileDone = false;
+    error = whyNotToOpen();
+    if (!error.empty()) return false;
     if (openPort()) {
         m_isOpen = true;
         return true;
@@ -47,6 +50,16 @@ bool ReceiverSession::open(std::string& error) {
     error = m_url.text + ": " + m_port->LastError().message();
     m_port->vClosePort();
     return false;
+}
+
+// Empty when nothing speaks against it.
+std::string ReceiverSession::whyNotToOpen() const {
+    if (m_url.kind == UrlKind::kSimulated) return m_url.text + ": the simulator has to be started first";
+    const ReceiverFamily* const family = m_options.stream.family;
+    if (isLine() && !m_url.baud && family && !StreamCensus::canTell(*family))
+        return m_url.text + ": nothing in " + std::string(family->name) +
+               " records tells a right rate from a wrong one; give it as in " + m_url.text + "?baud=9600";
+    return "";
 }
 
 void ReceiverSession::close() {
@@ -58,6 +71,7 @@ int ReceiverSession::openPort() {
     m_readErrors = 0;
     m_hunt.begin(m_clock.now());
     m_stream.setDoubtful(isHunting());
+    m_stream.setRate(rate());
     if (m_url.kind == UrlKind::kFile) return openFile();
     if (m_url.kind == UrlKind::kBluetooth)
         return m_port->InitBTPort(&m_messages, m_url.address.data()) && m_port->StartMonitoring();
@@ -65,7 +79,26 @@ int ReceiverSession::openPort() {
                                   ? "tcp://" + m_url.target + ":" + std::to_string(m_url.number)
                                   : m_url.target;
     const unsigned int number = m_url.kind == UrlKind::kCom ? m_url.number : portMap().numberOf(place);
-    return m_port->bOpenPort(&m_messages, number, m_url.baud.value_or(m_hunt.rate()));
+    return isHunting() ? openLine(number) : m_port->bOpenPort(&m_messages, number, m_url.baud.value_or(0));
+}
+
+// At the first of the hunt's rates that the line can be set to.
+int ReceiverSession::openLine(unsigned int number) {
+    for (std::size_t tries = 0; tries < BaudHunt::kRates.size(); ++tries) {
+        m_lineRate = m_hunt.rate();
+        if (m_port->bOpenPort(&m_messages, number, m_lineRate)) return 1;
+        if (m_port->nOpenError() != 0) return 0;  // it is not the rate
+        m_hunt.skip();
+    }
+    return 0;
+}
+
+void ReceiverSession::tryNextRate() {
+    for (std::size_t tries = 0; tries < BaudHunt::kRates.size(); ++tries) {
+        if (m_hunt.rate() == m_lineRate || m_port->bChangeBaudrate(m_hunt.rate())) break;
+        m_hunt.skip();
+    }
+    m_lineRate = m_hunt.rate();
 }
 
 int ReceiverSession::openFile() {
@@ -88,28 +121,37 @@ bool ReceiverSession::pump(std::chrono::milliseconds time, const SessionSteps& s
         return true;
     }
     // Before the messages: what was received until the reader ended is then read below.
-    const bool fileOver = m_url.kind == UrlKind::kFile && !m_port->bReaderRunning();
+    const bool fileOver = m_url.kind == UrlKind::kFile && m_port->bReaderEnded();
     auto message = m_messages.wait(fileOver ? 0ms : std::min(time, Milliseconds(kPause)), m_clock);
-    const bool isQuiet = !message;
     for (; message; message = m_messages.fetch())
         handle(*message, steps);
     if (m_isOpen) takeBytes(steps);
-    if (isQuiet) m_stream.pause();
+    if (m_clock.now() - m_lastBytes >= kPause) m_stream.pause();
     m_stream.watch();
     giveRecords(steps);
-    if (fileOver) {
-        while (const auto record = m_stream.nextAtEnd())
-            steps.record(*record);
-        tell(steps, SessionNotice::kEnded, m_url.target + " is over");
-        m_isOver = true;
-    }
+    if (fileOver) endFile(steps);
     keepHouse(steps);
     return !m_isOver;
 }
 
+void ReceiverSession::endFile(const SessionSteps& steps) {
+    while (const auto record = m_stream.nextAtEnd())
+        steps.record(*record);
+    const SystemError error = m_port->LastError();
+    m_isOver = true;
+    m_isFileDone = !error;
+    if (error)
+        tell(steps, SessionNotice::kLost, m_url.target + ": " + error.message());
+    else
+        tell(steps, SessionNotice::kEnded, m_url.target + " is over");
+}
+
 void ReceiverSession::handle(const Message& message, const SessionSteps& steps) {
     switch (message.id) {
-    case WM_PORT_DATA: m_readErrors = 0; break;
+    case WM_PORT_DATA:
+        m_readErrors = 0;
+        m_retry = m_options.firstRetry;
+        break;
     case WM_PORT_READ_ERROR:
         m_readErrors += message.count;
         if (m_isOpen && m_readErrors >= kErrorsOfALoss) lose(m_port->LastError().message(), steps);
@@ -125,6 +167,7 @@ void ReceiverSession::takeBytes(const SessionSteps& steps) {
     CNOut& decoder = m_port->Decoder();
     std::array<unsigned char, 4096> bytes;
     while (const int waiting = decoder.iBytesInRxBuf()) {
+        m_lastBytes = m_clock.now();
         const int count = std::min(waiting, static_cast<int>(bytes.size()));
         if (decoder.eRead(bytes.data(), count, 1) != CNOut::RETURN_COMPLETE) break;
         m_stream.feed(ByteSpan(bytes).first(static_cast<std::size_t>(count)));
@@ -139,6 +182,7 @@ void ReceiverSession::giveRecords(const SessionSteps& steps) {
     if (m_stream.isRecognised() && isHunting()) {
         m_hunt.found();
         m_stream.setDoubtful(false);
+        m_stream.setRate(m_hunt.rate());
         tell(steps, SessionNotice::kRateFound,
              "the receiver talks at " + std::to_string(m_hunt.rate()) + " bit/s");
     }
@@ -155,7 +199,7 @@ void ReceiverSession::keepHouse(const SessionSteps& steps) {
         tell(steps, SessionNotice::kLeadGivenUp, "a byte that began no frame held the stream up");
     m_leadsTold = m_stream.leadsGivenUp();
     if (m_isOpen && isHunting() && m_hunt.moveOn(m_clock.now())) {
-        m_port->bChangeBaudrate(m_hunt.rate());
+        tryNextRate();
         m_stream.restart();
         m_stream.setDoubtful(true);
         tell(steps, SessionNotice::kRateTried, "trying " + std::to_string(m_hunt.rate()) + " bit/s");
@@ -169,8 +213,7 @@ void ReceiverSession::lose(const std::string& why, const SessionSteps& steps) {
     close();
     tell(steps, SessionNotice::kLost, m_url.text + (why.empty() ? " has gone" : ": " + why));
     m_isOver = !m_options.reopen;
-    m_retry = m_options.firstRetry;
-    m_nextTry = m_clock.now() + m_retry;
+    waitToRetry();
 }
 
 void ReceiverSession::openAgain(const SessionSteps& steps) {
@@ -182,9 +225,15 @@ void ReceiverSession::openAgain(const SessionSteps& steps) {
         tell(steps, SessionNotice::kOpened, m_url.text + " is open again");
         return;
     }
-    m_retry = std::min(2 * m_retry, m_options.lastRetry);
-    m_nextTry = m_clock.now() + m_retry;
+    waitToRetry();
     tell(steps, SessionNotice::kNotOpened, error);
+}
+
+// Longer each time, until bytes come: a device that opens and goes again at once is no better than one that
+// does not open.
+void ReceiverSession::waitToRetry() {
+    m_nextTry = m_clock.now() + m_retry;
+    m_retry = std::min(2 * m_retry, m_options.lastRetry);
 }
 
 void ReceiverSession::tell(const SessionSteps& steps, SessionNotice notice, const std::string& text) const {

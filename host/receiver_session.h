@@ -23,7 +23,7 @@
 namespace vkcomm {
 
 enum class SessionNotice : std::uint8_t {
-    kOpened,     // also again after a loss
+    kOpened,     // again, after a loss
     kLost,       // the device has gone, or the other side has closed
     kNotOpened,  // trying again has failed; the next try comes later
     kRateTried,  // of a search for the rate
@@ -32,7 +32,7 @@ enum class SessionNotice : std::uint8_t {
     kLeadGivenUp,  // a byte that looked like the lead of a frame held the stream up
     kOverflow,     // the host was slow: bytes were lost
     kWriteFailed,  // what was queued is discarded
-    kEnded,        // the file is over
+    kEnded,        // the file is over; one that could not be read to its end is kLost
 };
 
 // A short lower-case name, such as "rate-found".
@@ -79,6 +79,9 @@ public:
 
     bool isOpen() const { return m_isOpen; }
 
+    // True when all of a file has come.
+    bool isFileDone() const { return m_isFileDone; }
+
     // Times the device was opened again.
     unsigned int reopened() const { return m_reopened; }
 
@@ -92,13 +95,18 @@ private:
 
     bool isHunting() const { return isLine() && !m_url.baud && !m_hunt.isOver(); }
 
+    std::string whyNotToOpen() const;
     int openPort();
     int openFile();
+    int openLine(unsigned int number);
+    void tryNextRate();
+    void endFile(const SessionSteps& steps);
     void openAgain(const SessionSteps& steps);
     void handle(const Message& message, const SessionSteps& steps);
     void takeBytes(const SessionSteps& steps);
     void giveRecords(const SessionSteps& steps);
     void keepHouse(const SessionSteps& steps);
+    void waitToRetry();
     void lose(const std::string& why, const SessionSteps& steps);
     void tell(const SessionSteps& steps, SessionNotice notice, const std::string& text) const;
 
@@ -111,11 +119,14 @@ private:
     BaudHunt m_hunt;
     bool m_isOpen = false;
     bool m_isOver = false;
+    bool m_isFileDone = false;
     bool m_familyTold = false;
     unsigned int m_readErrors = 0;  // without bytes in between
     unsigned int m_reopened = 0;
     std::uint64_t m_overflows = 0;
     std::uint64_t m_leadsTold = 0;
+    unsigned int m_lineRate = 0;  // while hunting: what the line is set to
+    Milliseconds m_lastBytes{};
     Milliseconds m_nextTry{};
     Milliseconds m_retry{};
 };

@@ -80,6 +80,15 @@ const ReceiverFamily* StreamCensus::guess() const {
     return most == 0 ? nullptr : findFamily(kCounted[best]);
 }
 
+std::uint64_t StreamCensus::records() const {
+    const ReceiverFamily* const family = guess();
+    return family ? m_counts[indexOf(family->name)].records : 0;
+}
+
+bool StreamCensus::canTell(const ReceiverFamily& family) {
+    return family.name == "all" || indexOf(family.name) < kFamilies;
+}
+
 std::string_view StreamCensus::positionsFrom(const ReceiverFamily& family) const {
     if (family.name == "maker") {
         const auto most = std::ranges::max_element(m_counts, {}, &Count::carriedPositions);

@@ -23,6 +23,12 @@ public:
     // sentences too, so ten sentences weigh as much as one record of another family.
     const ReceiverFamily* guess() const;
 
+    // How many of the records are of the family that guess gives.
+    std::uint64_t records() const;
+
+    // False for the families whose frames carry no check: they cannot be told from noise.
+    static bool canTell(const ReceiverFamily& family);
+
     // Whose positions to take when family is in use: its own; of the maker's receivers those of the board
     // inside; those of NMEA sentences when that is all there is.
     std::string_view positionsFrom(const ReceiverFamily& family) const;

@@ -14,6 +14,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kBetweenScreens = 500ms;
+constexpr auto kLongestSilence = 1100ms;  // of the JSON lines, where no positions come
 constexpr std::string_view kHomeAndClear = "\x1B[H\x1B[J";
 
 struct Options {
@@ -57,13 +58,17 @@ private:
         m_report.count(record, systemClock().now());
         if (!m_session->stream().router().isPosition(record)) return;
         m_report.countPosition();
-        if (m_isScreen) return;
-        m_output.buffer() +=
-            m_options.json ? m_report.json(*m_session, systemClock().now()) : m_report.line(*m_session);
+        if (!m_isScreen) writeLine(systemClock().now());
+    }
+
+    void writeLine(std::chrono::milliseconds now) {
+        m_nextLine = now + kLongestSilence;
+        m_output.buffer() += m_options.json ? m_report.json(*m_session, now) : m_report.line(*m_session);
         m_output.flush();
     }
 
     void show(std::chrono::milliseconds now) {
+        if (m_options.json && now >= m_nextLine) writeLine(now);
         if (!m_isScreen || now < m_nextScreen) return;
         m_nextScreen = now + kBetweenScreens;
         m_output.buffer() += kHomeAndClear;
@@ -77,6 +82,7 @@ private:
     OpenedSession m_session;
     const bool m_isScreen;
     std::chrono::milliseconds m_nextScreen{};
+    std::chrono::milliseconds m_nextLine{};
 };
 
 }  // namespace
@@ -86,7 +92,8 @@ void addMonitor(CLI::App& app, Run& run) {
     CLI::App* verb = app.add_subcommand("monitor", "Show what a receiver reports, live");
     verb->footer(kFooter);
     addSessionOptions(*verb, options->session);
-    auto* json = verb->add_flag("--json", options->json, "One JSON object for each position");
+    auto* json = verb->add_flag("--json", options->json,
+                                "One JSON object for each position, and each second without one");
     verb->add_flag("--plain", options->plain, "Lines also on a terminal")->excludes(json);
     verb->callback([options, &run] { run = [options] { return Monitoring(*options).run(); }; });
 }

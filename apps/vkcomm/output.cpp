@@ -38,6 +38,20 @@ void complain(std::string_view message) {
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
+std::string sizeText(double bytes) {
+    struct Unit {
+        double bytes;
+        const char* form;
+    };
+
+    constexpr Unit kUnits[] = {{1e6, "%.1f MB"}, {1e3, "%.1f kB"}, {1.0, "%.0f B"}};
+    std::string text;
+    for (const Unit& unit : kUnits)
+        if (text.empty() && (bytes >= unit.bytes || unit.bytes == 1.0))
+            appendFormat(text, unit.form, bytes / unit.bytes);
+    return text;
+}
+
 std::string outputFailure() {
     return "standard output takes no more: " + std::generic_category().message(writeError);
 }
@@ -54,8 +68,9 @@ void Progress::at(std::uint64_t bytes) {
     if (!m_watched || systemClock().now() < m_next) return;
     m_next += kEverySecond;
     m_shown = true;
-    std::string line("\r");
-    appendFormat(line, "%s: %.1f MB", m_what.c_str(), static_cast<double>(bytes) / 1e6);
+    std::string line("\r" + m_what + ": " + sizeText(static_cast<double>(bytes)) + ", " +
+                     sizeText(static_cast<double>(bytes - m_last)) + "/s");
+    m_last = bytes;
     if (m_total && *m_total > 0)
         appendFormat(line, " (%.0f %%)", 100.0 * static_cast<double>(bytes) / static_cast<double>(*m_total));
     line += "\x1b[K";

@@ -30,10 +30,13 @@ private:
 // "vkcomm: message" on standard error.
 void complain(std::string_view message);
 
+// "640 B", "12.3 kB", "4.0 MB".
+std::string sizeText(double bytes);
+
 // The cause of a failed write to standard output, for people.
 std::string outputFailure();
 
-// Shows on a terminal how far a long run is, once a second.
+// Shows on a terminal how far a long run is and how fast, once a second.
 class Progress {
 public:
     explicit Progress(std::string what, std::optional<std::uint64_t> totalBytes);
@@ -46,6 +49,7 @@ private:
     std::optional<std::uint64_t> m_total;
     bool m_watched;
     bool m_shown = false;
+    std::uint64_t m_last = 0;  // shown
     std::chrono::milliseconds m_next;
 };
 

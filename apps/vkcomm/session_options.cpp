@@ -120,7 +120,7 @@ bool pumpSession(ReceiverSession& session, const SessionChoice& choice, const Se
         const auto now = clock.now();
         if (stopRequested() || (limit && now - start >= *limit)) return true;
         const auto step = limit ? std::min<std::chrono::milliseconds>(kStep, *limit - (now - start)) : kStep;
-        if (!session.pump(step, steps)) return session.url().kind == UrlKind::kFile;
+        if (!session.pump(step, steps)) return session.isFileDone();
         each(clock.now());
     }
 }

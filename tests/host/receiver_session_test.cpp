@@ -126,7 +126,7 @@ TEST(LiveStream, GivesUpALeadThatHoldsTheStreamUp) {
 
 TEST(LiveStream, DecodesWhatItDoesNotKnowUnlessTheRateIsInDoubt) {
     const std::string noise(9000, '\x55');
-    const std::string known = simulated("nmea", 5);
+    const std::string known = simulated("nmea", 20);
     for (const bool isDoubtful : {false, true}) {
         MovedClock clock;
         LiveStream stream({}, clock);
@@ -137,14 +137,59 @@ TEST(LiveStream, DecodesWhatItDoesNotKnowUnlessTheRateIsInDoubt) {
         EXPECT_FALSE(stream.isRecognised());
         stream.feed(spanOf(known));
         take(stream, records);
-        EXPECT_EQ(stream.isRecognised(), isDoubtful) << "in doubt it goes on looking";
+        EXPECT_TRUE(stream.isRecognised()) << "it goes on looking";
         EXPECT_EQ(records, decoded(known, "nmea"));
         stream.restart();
         EXPECT_EQ(stream.counters().received, noise.size() + known.size());
     }
 }
 
-TEST(BaudHunt, TriesAllRatesAndComesBackToTheOneFound) {
+// The texts of a start that takes longer than the first look, then the receiver's own messages.
+TEST(LiveStream, RecognisesAReceiverThatStartsSlowly) {
+    const std::string known = simulated("javad", 60);
+    MovedClock clock;
+    LiveStream stream({}, clock);
+    Records records;
+    stream.feed(spanOf("booting\r\n"));
+    clock.time += 4000ms;
+    stream.watch();
+    take(stream, records);
+    for (std::size_t at = 0; at < known.size(); at += 1000) {
+        stream.feed(spanOf(std::string_view(known).substr(at, 1000)));
+        take(stream, records);
+    }
+    ASSERT_TRUE(stream.family());
+    EXPECT_EQ(stream.family()->name, "javad");
+    EXPECT_GT(records.size(), decoded(known, "javad").size() / 2);
+    EXPECT_EQ(stream.counters().received, 9 + known.size());
+}
+
+// 1,800 bytes take a line of 4800 bit/s 3.75 s.
+TEST(LiveStream, WaitsForALongFrameOnASlowLine) {
+    const std::string frame = test::oem4(140, std::string(1800, 'x'));
+    MovedClock clock;
+    LiveChoice choice;
+    choice.family = findFamily("oem4");
+    for (const bool isRateKnown : {true, false}) {
+        LiveStream stream(choice, clock);
+        if (isRateKnown) stream.setRate(4800);
+        stream.feed(spanOf(frame));
+        stream.feed(spanOf(frame));
+        Records records;
+        take(stream, records);
+        records.clear();
+        for (std::size_t at = 0; at < frame.size(); at += 48) {
+            stream.feed(spanOf(std::string_view(frame).substr(at, 48)));
+            clock.time += 100ms;
+            stream.watch();
+            take(stream, records);
+        }
+        EXPECT_EQ(records.size(), isRateKnown ? 1U : 0U);
+        EXPECT_EQ(stream.leadsGivenUp() > 0, !isRateKnown);
+    }
+}
+
+TEST(BaudHunt, TriesAllRatesLongerEachRoundAndComesBackToTheOneFound) {
     BaudHunt hunt;
     hunt.begin(0ms);
     EXPECT_EQ(hunt.rate(), 115200U);
@@ -154,9 +199,17 @@ TEST(BaudHunt, TriesAllRatesAndComesBackToTheOneFound) {
     EXPECT_FALSE(hunt.moveOn(100000ms));
     hunt.begin(200000ms);
     EXPECT_EQ(hunt.rate(), 9600U) << "the next search begins with the rate found";
-    for (std::size_t i = 1; i <= BaudHunt::kRates.size(); ++i)
-        EXPECT_TRUE(hunt.moveOn(200000ms + 1500ms * i));
+    EXPECT_FALSE(hunt.moveOn(214999ms)) << "whose receiver may be starting";
+    auto now = 215000ms;
+    ASSERT_TRUE(hunt.moveOn(now));
+    for (std::size_t i = 1; i < BaudHunt::kRates.size(); ++i)
+        EXPECT_TRUE(hunt.moveOn(now += 1500ms));
     EXPECT_EQ(hunt.rate(), 9600U);
+    EXPECT_FALSE(hunt.moveOn(now + 2499ms));
+    EXPECT_TRUE(hunt.moveOn(now += 2500ms)) << "the second round";
+    hunt.skip();
+    EXPECT_EQ(hunt.rate(), 57600U);
+    EXPECT_FALSE(hunt.moveOn(now + 1ms)) << "which keeps its time";
 }
 
 struct Session : testing::Test {

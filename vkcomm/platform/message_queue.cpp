@@ -55,9 +55,7 @@ bool mayBeOfOneSender(const Message& first, const Message& second) {
 
 // Whether message must stay behind waiting.
 bool holdsBack(const Message& waiting, const Message& message) {
-    if (!mayBeOfOneSender(waiting, message)) return false;
-    return kindOf(message.id).sender != Sender::kPort ||
-           (!kindOf(waiting.id).isData && !kindOf(message.id).isData);
+    return kindOf(message.id).sender != Sender::kPort && mayBeOfOneSender(waiting, message);
 }
 
 bool canJoin(const Message& message, const Message& waiting) {

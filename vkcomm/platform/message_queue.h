@@ -31,10 +31,10 @@ struct Message {
 // - An error message (both port errors, a socket status of 0 or 2) equal to the one posted just before it is
 //   counted there.
 // - When capacity messages wait, a data message adds its bytes to the last that waits for the same port or
-//   socket, and an error message is counted onto the last equal one that waits. Neither joins one behind which
-//   another report of the same sender waits: what a sender reports never changes order. Only port data may
-//   pass port errors and they it: its bytes are in the decoder already. The messages 1066 and 1068 do not say
-//   which socket sent them and count as sent by every socket.
+//   socket, and an error message is counted onto the last equal one that waits. Reports of a port may pass each
+//   other that way: its bytes are in the decoder already, and its errors stand for themselves. What a socket
+//   reports never changes order: nothing joins a message behind which another one of the same socket waits. The
+//   messages 1066 and 1068 do not say which socket sent them and count as sent by every socket.
 // A message that can join none is taken beyond the capacity. So data and errors for a host that never fetches
 // take a bounded amount of memory; connections made and messages of the host's own come on top.
 //

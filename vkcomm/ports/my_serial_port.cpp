@@ -60,7 +60,7 @@ void CMySerialPort::vWriteJavadCmd(const std::wstring& strText, int nDelay, unsi
 }
 
 void CMySerialPort::writeLine(const std::string& line, int delay, unsigned long group) {
-    WriteToPort(bytesOf(line).data(), line.size(), delay, group, 1);
+    WriteToPort(bytesOf(line).data(), static_cast<unsigned long>(line.size()), delay, group, 1);
 }
 
 void CMySerialPort::vBreakCmd() {

@@ -148,14 +148,20 @@ void PortSession::handOn(ByteSpan bytes, Log log) {
         isOverflow =
             m_setup.input->decoder.Set(bytes.data(), static_cast<int>(bytes.size())) != BUFFER_SET_OK;
         if (log == Log::kYes) file = m_setup.rawLog->file();
-        m_setup.input->isDataReceived = 1;
     }
     if (file) m_setup.rawLog->write(file, bytes);
+    markReceived();
     m_setup.meter->count([&](PortCounters& counters) {
         counters.received += bytes.size();
         counters.overflows += isOverflow ? 1 : 0;
         counters.overflowBytes += isOverflow ? bytes.size() : 0;
     });
+}
+
+// Behind the log: whoever sees the flag finds the bytes there too.
+void PortSession::markReceived() {
+    const std::scoped_lock lock(m_lock);
+    if (!m_isDetached) m_setup.input->isDataReceived = 1;
 }
 
 void PortSession::announce(std::size_t bytes) {

@@ -1,5 +1,6 @@
 #include "vkcomm/ports/port_session.h"
 
+#include <algorithm>
 #include <system_error>
 #include <utility>
 
@@ -85,8 +86,10 @@ std::shared_ptr<CommDevice> PortSession::device() const {
 
 bool PortSession::start() {
     if (m_setup.kind == PortKind::kClosed || !startLoop(m_reader, readerLoop())) return false;
-    m_hasWriterThread = true;
-    return startLoop(m_writer, &PortSession::writeRequests);
+    m_hasWriterThread = true;  // before the loop asks
+    const bool isStarted = startLoop(m_writer, &PortSession::writeRequests);
+    m_hasWriterThread = isStarted;
+    return isStarted;
 }
 
 PortSession::Run PortSession::readerLoop() const {
@@ -101,9 +104,9 @@ bool PortSession::startLoop(Loop& loop, Run run) {
     {
         const std::scoped_lock lock(m_lock);
         if (m_isClosing) return false;
-        if (loop.thread.joinable()) return true;
         try {
-            loop.thread = std::thread([self = shared_from_this(), run] { (self.get()->*run)(); });
+            if (!loop.thread.joinable())
+                loop.thread = std::thread([self = shared_from_this(), run] { (self.get()->*run)(); });
         } catch (const std::system_error& error) {
             m_setup.meter->note(libraryError("cannot start a thread", error.code().value()));
             return false;
@@ -155,8 +158,9 @@ void PortSession::awaitEnd(Loop& loop, int slices) {
 void PortSession::detach() {
     std::thread over[2];
     {
-        const std::scoped_lock lock(m_lock);
+        std::unique_lock lock(m_lock);
         m_isDetached = true;
+        m_posted.wait(lock, [this] { return !isPostedByAnother(); });
         over[0] = leave(m_reader);
         over[1] = leave(m_writer);
     }
@@ -196,8 +200,18 @@ void PortSession::post(unsigned int message, std::uintptr_t wParam, std::intptr_
     {
         const std::scoped_lock lock(m_lock);
         if (m_isDetached || !m_setup.owner) return;
+        m_posting.push_back(std::this_thread::get_id());
     }
     m_setup.owner->post(message, wParam, lParam);
+    const std::scoped_lock lock(m_lock);
+    m_posting.erase(std::ranges::find(m_posting, std::this_thread::get_id()));
+    m_posted.notify_all();
+}
+
+// A target that closes the port in answer to a message does so inside the post of this thread.
+bool PortSession::isPostedByAnother() const {
+    const std::thread::id self = std::this_thread::get_id();
+    return std::ranges::any_of(m_posting, [self](std::thread::id id) { return id != self; });
 }
 
 void PortSession::postError(unsigned int message) { post(message, m_setup.port, m_setup.sender); }

@@ -8,10 +8,12 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <vector>
 
 #include "vkcomm/decode/stream_decoder.h"
 #include "vkcomm/platform/byte_file.h"
@@ -98,6 +100,9 @@ public:
 
     bool isReaderRunning() const { return m_reader.isRunning; }
 
+    // True once the reading loop has run and come to its end.
+    bool isReaderEnded() const { return m_reader.ended.isSet(); }
+
     bool isWriterRunning() const { return m_writer.isRunning; }
 
     WriteQueue& queue() { return m_queue; }
@@ -157,6 +162,7 @@ private:
     void pause(Loop& loop, Milliseconds time);
     void post(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam);
     void postError(unsigned int message);
+    bool isPostedByAnother() const;
 
     // One pass of the COM reader; false when it was told to stop.
     bool comPass(CommDevice& device, std::span<unsigned char> buffer);
@@ -169,6 +175,7 @@ private:
     // Feeds the decoder and, for a COM port, the raw log; nothing any more once detached.
     enum class Log { kNo, kYes };
     void handOn(ByteSpan bytes, Log log);
+    void markReceived();
     void announce(std::size_t bytes);
     void reportReadError(CommDevice& device);
 
@@ -182,6 +189,8 @@ private:
     std::unique_ptr<ByteFile> m_file;  // until the playback loop takes it
     bool m_isClosing = false;
     bool m_isDetached = false;
+    std::vector<std::thread::id> m_posting;  // threads inside a post to the owner
+    std::condition_variable m_posted;        // one of them has come back
     Event m_closed;
 
     Loop m_reader;

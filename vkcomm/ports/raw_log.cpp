@@ -6,12 +6,17 @@ namespace vkcomm {
 
 void RawLog::begin(ByteFiles& files, const std::wstring& path, unsigned int flags) {
     end();
+    {
+        const std::scoped_lock lock(m_lock);
+        m_isBegun = true;  // before the outcome is known: an open may take its time
+        m_status = {};
+    }
     SystemError error;
     File file = files.open(path, flags | kFileCreate | kFileWrite, error);
     if (file && flags == kFileNoTruncate) file->seekToEnd();
     const std::scoped_lock lock(m_lock);
-    m_isBegun = true;
-    m_status = {0, 0, std::move(error)};
+    if (!m_isBegun) return;  // ended meanwhile
+    m_status.error = std::move(error);
     m_file = std::move(file);
 }
 

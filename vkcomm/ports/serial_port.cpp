@@ -197,6 +197,8 @@ void CSerialPort::vClearDataReceived() { m_input->isDataReceived = 0; }
 
 int CSerialPort::bReaderRunning() const { return session()->isReaderRunning(); }
 
+int CSerialPort::bReaderEnded() const { return session()->isReaderEnded(); }
+
 int CSerialPort::bWriterRunning() const { return session()->isWriterRunning(); }
 
 int CSerialPort::nQueueDepth() const { return static_cast<int>(session()->queue().depth()); }

@@ -54,14 +54,17 @@ public:
     // The same for the Bluetooth driver "STR1:", connected to the 6-byte address; null: as it is connected now. A
     // connection that fails is tried once more behind a reset.
     int InitBTPort(MessageTarget* pOwner, const unsigned char* pAddress);
-    // Starts both threads and returns when they run; does nothing more when they do. 0 on a port that is closed and
-    // when a thread cannot be started.
+    // Starts both threads and returns when they run; does nothing more when they do. 0 on a port that was never
+    // opened or is closed, and when a thread cannot be started. Behind an InitPort that failed the threads start and
+    // end at once.
     int StartMonitoring();
 
     // Closes, and makes ready to open.
     void vInitPort();
     // Stops both threads, closes the device, empties the queue, ends the raw log and takes back messages that the
-    // owner has not fetched. Waits at most 2 s for each thread. Harmless when nothing is open.
+    // owner has not fetched; data messages by their port number, so that of ports with one number in one queue (two
+    // played files are both 0) the others' go too. Waits at most 2 s for each thread, and for a message that is
+    // being posted. Harmless when nothing is open.
     void vClosePort();
 
     // 1 once the queue is empty, 0 when the writer does not run or after 7.5 s. Looks every 300 ms.
@@ -94,6 +97,8 @@ public:
     void vClearDataReceived();
 
     int bReaderRunning() const;
+    // 1 once the reader has come to its end: of a played file, when all of it was handed to the decoder.
+    int bReaderEnded() const;
     int bWriterRunning() const;
     // Requests that are not written yet, the one being written or waited for included.
     int nQueueDepth() const;

@@ -5,6 +5,7 @@
 #include <optional>
 #include <system_error>
 
+#include "vkcomm/platform/device_place.h"
 #include "vkcomm/platform/posix/stream_socket.h"
 
 namespace vkcomm {
@@ -31,8 +32,6 @@ constexpr auto kConnectTime = 20s;
 
 constexpr std::size_t kAddressSize = 6;
 
-using DeviceAddress = std::array<unsigned char, kAddressSize>;
-
 int connectDevice(int fd, ByteSpan device, int wake) {
     RfcommAddress address{kBluetoothFamily, {}, kSerialChannel};
     std::ranges::copy(device.first(kAddressSize), address.device.rbegin());
@@ -51,7 +50,7 @@ Refusal explain(int code) {
 // With an address open connects to it; without, it is the driver, which is told later where to connect.
 class BluetoothLine final : public ConnectionLine {
 public:
-    explicit BluetoothLine(std::optional<DeviceAddress> address) : m_address(address) {}
+    explicit BluetoothLine(std::optional<BluetoothAddress> address) : m_address(address) {}
 
     Descriptor open(Refusal& refusal) override {
         Descriptor fd = makeStreamSocket(kBluetoothFamily, kRfcomm);
@@ -69,36 +68,15 @@ public:
     }
 
 private:
-    const std::optional<DeviceAddress> m_address;
+    const std::optional<BluetoothAddress> m_address;
 };
-
-int hexDigit(char text) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const char lower = text >= 'A' && text <= 'F' ? static_cast<char>(text - 'A' + 'a') : text;
-    const std::size_t at = kDigits.find(lower);
-    return at == std::string_view::npos ? -1 : static_cast<int>(at);
-}
-
-std::optional<DeviceAddress> parseAddress(std::string_view text) {
-    DeviceAddress address{};
-    if (text.size() != 3 * kAddressSize - 1) return std::nullopt;
-    for (std::size_t i = 0; i < kAddressSize; ++i) {
-        const int high = hexDigit(text[3 * i]);
-        const int low = hexDigit(text[3 * i + 1]);
-        if (high < 0 || low < 0 || (i > 0 && text[3 * i - 1] != ':')) return std::nullopt;
-        address[i] = static_cast<unsigned char>(16 * high + low);
-    }
-    return address;
-}
 
 }  // namespace
 
 std::unique_ptr<Line> makeBluetoothDriver() { return std::make_unique<BluetoothLine>(std::nullopt); }
 
 std::unique_ptr<Line> makeBluetoothLine(const std::string& text) {
-    constexpr std::string_view kScheme = "bt:";
-    if (!text.starts_with(kScheme)) return nullptr;
-    const auto address = parseAddress(std::string_view(text).substr(kScheme.size()));
+    const auto address = parseBluetoothPlace(text);
     return address ? std::make_unique<BluetoothLine>(address) : nullptr;
 }
 

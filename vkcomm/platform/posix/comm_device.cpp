@@ -12,10 +12,9 @@
 #include <unistd.h>
 #include <utility>
 
-#include "vkcomm/platform/port_map.h"
+#include "vkcomm/platform/device_place.h"
 #include "vkcomm/platform/posix/line.h"
 #include "vkcomm/platform/wake_descriptor.h"
-#include "vkcomm/util/numbers.h"
 #include "vkcomm/util/unicode_text.h"
 
 namespace vkcomm {
@@ -26,16 +25,6 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr auto kForever = -1ms;
-
-// "COM5:" is the fifth place of the map; any other name stands for itself.
-std::string placeOf(const std::string& name) {
-    constexpr std::string_view kPrefix = "COM";
-    const std::size_t end = name.size() - (name.ends_with(':') ? 1 : 0);
-    if (!name.starts_with(kPrefix) || end == kPrefix.size()) return name;
-    const std::string digits = name.substr(kPrefix.size(), end - kPrefix.size());
-    if (digits.find_first_not_of("0123456789") != std::string::npos || digits.size() > 6) return name;
-    return portMap().placeOf(static_cast<unsigned int>(parseInteger(digits)));
-}
 
 // Which of the descriptors (each with its events) are ready; waits until one is, or time is up.
 template <std::size_t N>
@@ -152,7 +141,7 @@ private:
 
 bool PosixCommDevice::open(const std::wstring& name, std::uint32_t /*attributes*/) {
     const std::string port = toUtf8(name);
-    const std::string place = placeOf(port);
+    const std::string place = placeOfDevice(port);
     m_label = port.ends_with(':') ? port.substr(0, port.size() - 1) : port;
     if (place != port) m_label += " (" + place + ")";
     m_line = makeLine(place);
@@ -186,6 +175,7 @@ void PosixCommDevice::shut() {
     m_line->prepareClose(descriptor->get());
     lock.lock();
     m_idle.wait(lock, [this] { return m_uses == 0; });
+    lock.unlock();  // closing the descriptor may take a driver seconds
 }
 
 SystemError PosixCommDevice::lastError() const {
@@ -326,7 +316,7 @@ bool PosixCommDevice::write(ByteSpan bytes, std::size_t& written) {
 int PosixCommDevice::writeSome(int fd, ByteSpan bytes, const Time& end, std::size_t& written) {
     const std::ptrdiff_t count = m_line->write(fd, bytes);
     if (count > 0) written += static_cast<std::size_t>(count);
-    if (count > 0 || errno == EINTR) return 0;
+    if (count > 0 || (count < 0 && errno == EINTR)) return 0;
     if (count < 0 && errno != EAGAIN) return errno == EIO || errno == EPIPE ? ENODEV : errno;
     return waitForRoom(fd, end);
 }
@@ -382,10 +372,12 @@ bool PosixCommDevice::reset() {
     Refusal refusal;
     Descriptor fresh = m_line->open(refusal);
     if (!fresh) return succeed("reset", refusal.code);
+    std::shared_ptr<Descriptor> old;  // closed last, behind the lock
     const Use use(*this);
     if (!use) return succeed("reset", EBADF);
     m_line->prepareClose(use.fd());
     const std::scoped_lock lock(m_lock);
+    old = m_descriptor;
     if (m_descriptor) m_descriptor = std::make_shared<Descriptor>(std::move(fresh));
     return true;
 }

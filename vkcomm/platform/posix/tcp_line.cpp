@@ -7,6 +7,7 @@
 #include <optional>
 #include <system_error>
 
+#include "vkcomm/platform/device_place.h"
 #include "vkcomm/platform/posix/stream_socket.h"
 
 namespace vkcomm {
@@ -15,24 +16,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kConnectTime = 10s;
-
-struct HostPort {
-    std::string host;
-    std::string port;
-};
-
-std::optional<HostPort> parseHostPort(const std::string& text) {
-    constexpr std::string_view kScheme = "tcp://";
-    if (!text.starts_with(kScheme)) return std::nullopt;
-    const std::size_t colon = text.rfind(':');
-    HostPort place{text.substr(kScheme.size(), colon - kScheme.size()), text.substr(colon + 1)};
-    if (place.host.starts_with('[') && place.host.ends_with(']'))
-        place.host = place.host.substr(1, place.host.size() - 2);
-    const bool isNumber = place.port.find_first_not_of("0123456789") == std::string::npos;
-    if (place.host.empty() || place.port.empty() || !isNumber) return std::nullopt;
-    return place;
-}
+constexpr auto kConnectTime = 5s;
 
 struct AddressesDeleter {
     void operator()(addrinfo* addresses) const { ::freeaddrinfo(addresses); }
