@@ -13,6 +13,7 @@ constexpr std::size_t kMostLooked = 8192;
 constexpr auto kLongestLook = 3000ms;
 constexpr std::size_t kEnoughSentences = 2048;
 constexpr auto kEnoughTime = 1500ms;
+constexpr auto kBetweenLooks = 100ms;  // where nothing else asks for one
 constexpr std::uint64_t kEnoughInDoubt = 2;  // records: one may be noise that a wrong rate makes
 constexpr std::size_t kLookedAgain = 4096;
 constexpr std::size_t kLongestFrame = 8192;
@@ -40,20 +41,22 @@ void LiveStream::feed(ByteSpan bytes) {
     m_paused = false;
     m_fedSinceLead += bytes.size();
     m_pending.insert(m_pending.end(), bytes.begin(), bytes.end());
-    if (!m_reader)
+    if (!m_reader && m_pending.size() > m_lookedAt + m_lookedAt / 8)
         look();
-    else if (!m_family)
+    else if (m_reader && !m_family)
         lookAgain(bytes);
 }
 
 void LiveStream::watch() {
-    if (!m_reader && !m_pending.empty()) look();
+    if (!m_reader && !m_pending.empty() && m_clock.now() - m_lastLook >= kBetweenLooks) look();
     if (m_reader) watchLead();
 }
 
-// The beginning of a stream is looked at again with each piece that comes, until it is recognised.
+// The beginning of a stream is looked at again as it grows, until it is recognised.
 void LiveStream::look() {
-    if (!m_lookingSince) m_lookingSince = m_clock.now();
+    m_lastLook = m_clock.now();
+    if (!m_lookingSince) m_lookingSince = m_lastLook;
+    m_lookedAt = m_pending.size();
     const StreamCensus census(m_pending);
     m_recognised = isSure(census);
     if (m_recognised) return begin(census);
@@ -62,6 +65,7 @@ void LiveStream::look() {
         const std::size_t half = m_pending.size() / 2;
         m_droppedLooking += half;
         m_pending.erase(m_pending.begin(), m_pending.begin() + static_cast<std::ptrdiff_t>(half));
+        m_lookedAt = m_pending.size();
     } else if (m_pending.size() >= kMostLooked || m_clock.now() - *m_lookingSince >= kLongestLook) {
         begin(census);
     }
@@ -81,11 +85,10 @@ void LiveStream::begin(const StreamCensus& census) {
     makeReader();
 }
 
-// What was recognised may not be all that comes: only a family that was asked for narrows the search.
 void LiveStream::makeReader() {
     m_decoder.vSetDecodeMask(m_choice.mask     ? *m_choice.mask
                              : m_choice.family ? m_choice.family->decodeMask
-                                               : kDecodeAll);
+                                               : guessedMask(m_family));
     const bool isJavad = m_family && m_family->name == "javad";
     m_reader = isJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
 }
@@ -194,6 +197,7 @@ void LiveStream::restart() {
     m_pending.clear();
     m_looked.clear();
     m_lookingSince.reset();
+    m_lookedAt = 0;
     m_recognised = false;
     m_family = m_choice.family;
 }

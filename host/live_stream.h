@@ -89,6 +89,8 @@ private:
     std::vector<unsigned char> m_looked;   // the last bytes of a stream that is decoded without being known
     std::optional<unsigned int> m_rate;
     std::optional<std::chrono::milliseconds> m_lookingSince;
+    std::chrono::milliseconds m_lastLook{};
+    std::size_t m_lookedAt = 0;  // bytes that were pending then
     std::optional<std::chrono::milliseconds> m_leadSince;
     std::size_t m_fedSinceLead = 0;  // bytes
     bool m_leadIsStale = false;

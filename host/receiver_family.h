@@ -30,4 +30,14 @@ std::span<const ReceiverFamily> receiverFamilies();
 // The row of that name, or null.
 const ReceiverFamily* findFamily(std::string_view name);
 
+// Frames whose check tells them from noise.
+inline constexpr std::uint32_t kCheckedFrames =
+    kDecodeSentence | kDecodeOem4Ascii | kDecodeTrimble | kDecodeCmc | kDecodeMaker | kDecodeHemisphere;
+
+// The mask for a stream whose family was guessed: what was recognised may not be all that comes, but of other
+// families only checked frames are looked for. Null, not recognised: everything.
+inline std::uint32_t guessedMask(const ReceiverFamily* family) {
+    return family ? family->decodeMask | kCheckedFrames : kDecodeAll;
+}
+
 }  // namespace vkcomm

@@ -54,8 +54,7 @@ void RecordedStream::look(bool untilRecognised) {
 
 std::uint32_t RecordedStream::maskFor(const StreamChoice& choice) const {
     if (choice.mask) return *choice.mask;
-    const ReceiverFamily* const family = m_asked || !size() ? m_asked : m_family;
-    return family ? family->decodeMask : kDecodeAll;
+    return m_asked ? m_asked->decodeMask : guessedMask(m_family);
 }
 
 std::string RecordedStream::guessText() const {

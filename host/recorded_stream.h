@@ -1,8 +1,7 @@
 // A recording played through reader and router: what every verb that looks at recordings does.
 //
-// Without a family or a mask the family is guessed. A file is looked at first, and then only frames of the
-// guessed family are looked for. A pipe is not waited for: its first records make the guess, and every frame
-// the decoder knows is tried.
+// Without a family or a mask the family is guessed (see guessedMask): of a file from its beginning; a pipe is not
+// waited for, its first records make the guess.
 #pragma once
 
 #include <functional>

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "vkcomm/settings/bluetooth_list.h"
@@ -60,8 +61,11 @@ struct FromJson {
     const char* operator()(std::int32_t* value) const { return integer(*value, "a whole number of 32 bits"); }
 
     const char* operator()(float* value) const {
-        if (!json.is_number() && !json.is_null()) return "a number";
-        *value = json.is_null() ? std::nanf("") : nearestFloat(json.get<double>());
+        constexpr const char* kExpected = "a number of single precision";
+        if (!json.is_number() && !json.is_null()) return kExpected;
+        const double number = json.is_null() ? std::nan("") : json.get<double>();
+        if (std::abs(number) > double{std::numeric_limits<float>::max()}) return kExpected;
+        *value = nearestFloat(number);
         return nullptr;
     }
 

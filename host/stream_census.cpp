@@ -14,9 +14,6 @@ namespace {
 constexpr std::array<std::string_view, 7> kCounted = {"nmea", "oem4",  "trimble", "cmc",
                                                       "csi",  "javad", "maker"};
 
-constexpr std::uint32_t kCheckedFrames =
-    kDecodeSentence | kDecodeOem4Ascii | kDecodeTrimble | kDecodeCmc | kDecodeMaker | kDecodeHemisphere;
-
 std::size_t indexOf(std::string_view family) {
     return static_cast<std::size_t>(std::ranges::find(kCounted, family) - kCounted.begin());
 }

@@ -61,7 +61,8 @@ bool write(const SettingsKind& kind, SettingsForm form, base::CMyObArray& record
 }
 
 bool exists(const std::string& path) {
-    return std::filesystem::exists(std::filesystem::symlink_status(path));
+    std::error_code failed;  // it then shows when the file is written
+    return std::filesystem::exists(std::filesystem::symlink_status(path, failed));
 }
 
 int makeNew(const Options& options, const SettingsKind& kind, SettingsForm form) {
