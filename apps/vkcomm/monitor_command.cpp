@@ -37,7 +37,7 @@ public:
 
     int run() {
         m_session = openSession(m_options.session);
-        if (!m_session) return kFailed;
+        if (!m_session) return m_session.status;
         const SessionSteps steps{
             [this](const RoutedRecord& record) { take(record); },
             [this](const SessionEvent& event) {

@@ -30,7 +30,7 @@ int record(const Options& options) {
     const auto recording = std::make_shared<Recording>();
     TappedDevices devices(systemCommDevices(), recording);
     const auto session = openSession(options.session, &devices);
-    if (!session) return kFailed;
+    if (!session) return session.status;
     // Only now: a port that cannot be opened must not cost an older recording.
     SystemError failure;
     if (!recording->begin(options.file, failure)) {

@@ -38,7 +38,7 @@ constexpr std::size_t kLargestWrite = 4096;
 int replayHere(Options options) {
     options.session.url = "file:" + options.file + "?speed=" + options.speed;
     const auto session = openSession(options.session);
-    if (!session) return kFailed;
+    if (!session) return session.status;
     Output output;
     RecordLines lines;
     const SessionSteps steps{

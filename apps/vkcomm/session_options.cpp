@@ -97,7 +97,8 @@ OpenedSession openSession(const SessionChoice& choice, CommDevices* devices) {
     if (url && url->kind == UrlKind::kSimulated) opened.simulator = startSimulator(*url, error);
     if (!url || (url->kind == UrlKind::kSimulated && !opened.simulator)) {
         complain(error);
-        return {};
+        opened.status = kWrongUsage;
+        return opened;
     }
     SessionOptions options;
     options.stream.family = choice.family.empty() ? nullptr : findFamily(choice.family);
@@ -108,7 +109,9 @@ OpenedSession openSession(const SessionChoice& choice, CommDevices* devices) {
         opened.simulator ? addressOf(*url, *opened.simulator) : *url, options);
     if (opened->open(error)) return opened;
     complain(error);
-    return {};
+    opened.session.reset();
+    opened.status = kFailed;
+    return opened;
 }
 
 bool pumpSession(ReceiverSession& session, const SessionChoice& choice, const SessionSteps& steps,

@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 
+#include "apps/vkcomm/commands.h"
 #include "host/receiver_session.h"
 #include "sim/live_simulator.h"
 
@@ -32,6 +33,7 @@ std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
 struct OpenedSession {
     std::unique_ptr<sim::LiveSimulator> simulator;
     std::unique_ptr<ReceiverSession> session;
+    int status = kDone;  // what the verb ends with when there is no session
 
     explicit operator bool() const { return session != nullptr; }
 

@@ -208,11 +208,12 @@ TEST_F(Verbs, MasksAndFamiliesChooseFrames) {
     EXPECT_THAT(namesIn(run("decode --json --mask 20 mixed").out), ElementsAre("GPGGA", "BESTPOS", "GNGLL"));
     EXPECT_THAT(namesIn(run("decode --json --family oem4 mixed").out),
                 ElementsAre("GPGGA", "BESTPOS", "GNGLL"));
-    // the guess chooses too, but not where it may be hasty
+    // the guess chooses too
     EXPECT_THAT(namesIn(run("decode --json lossy").out), ElementsAre("GPGGA", "GPGGA"));
     write("prompt", "%x\r\n" + kBestpos);
     EXPECT_THAT(namesIn(run("decode --json prompt").out), ElementsAre("BESTPOS"));
-    EXPECT_THAT(namesIn(run("decode --json - <prompt").out), ElementsAre("", "BESTPOS"));
+    EXPECT_THAT(namesIn(run("decode --json - <prompt").out), ElementsAre("BESTPOS"));
+    EXPECT_THAT(namesIn(run("decode --json --family all - <prompt").out), ElementsAre("", "BESTPOS"));
 }
 
 TEST_F(Verbs, SummaryCountsMessagesAndLosses) {
