@@ -135,11 +135,12 @@ protected:
 
     void write(const std::string& text, int delay = 0, unsigned long group = 0) {
         const ByteSpan bytes = bytesOf(text);
-        EXPECT_EQ(port.WriteToPort(bytes.data(), bytes.size(), delay, group, 1), bytes.size());
+        const auto size = static_cast<unsigned long>(bytes.size());
+        EXPECT_EQ(port.WriteToPort(bytes.data(), size, delay, group, 1), size);
     }
 
     void add(const std::string& text, int delay, unsigned long group) {
-        port.AddToPort(bytesOf(text).data(), text.size(), delay, group);
+        port.AddToPort(bytesOf(text).data(), static_cast<unsigned long>(text.size()), delay, group);
     }
 
     Posted dataMessage(std::size_t bytes) const { return {WM_PORT_DATA, bytes, kPort}; }
