@@ -1,7 +1,10 @@
 #include "vkcomm/datum/convert.h"
 
-#include <GeographicLib/Geocentric.hpp>
 #include <gtest/gtest.h>
+
+#if __has_include(<GeographicLib/Geocentric.hpp>)
+#include <GeographicLib/Geocentric.hpp>
+#endif
 
 #include <algorithm>
 #include <cmath>
@@ -11,6 +14,8 @@ namespace vkcomm::test {
 namespace {
 
 constexpr double kPi = 3.14159265358979323846;
+
+#if __has_include(<GeographicLib/Geocentric.hpp>)  // machines that tests are built for elsewhere lack it
 
 double distance(const XYZ& left, const XYZ& right) {
     const XYZ apart = left - right;
@@ -44,6 +49,8 @@ TEST(Convert, AgreesWithGeographicLibEverywhere) {
                                                     longitude, height));
     EXPECT_LT(worst, 1e-7);
 }
+
+#endif
 
 TEST(Convert, KnowsThePlacesWhereFormulasBreak) {
     constexpr double kB = 6356752.314245179;

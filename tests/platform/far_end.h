@@ -21,6 +21,13 @@ using Bytes = std::vector<unsigned char>;
 
 enum class FarKind { kPty, kTcp };
 
+// Those that this system has.
+#ifdef _WIN32
+inline constexpr FarKind kFarKinds[] = {FarKind::kTcp};
+#else
+inline constexpr FarKind kFarKinds[] = {FarKind::kPty, FarKind::kTcp};
+#endif
+
 inline std::unique_ptr<ByteServer> makeFarEnd(FarKind kind) {
     SystemError error;
     auto server = kind == FarKind::kPty ? openPtyServer(error) : openTcpServer("127.0.0.1", 0, error);

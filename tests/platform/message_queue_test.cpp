@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <map>
-#include <poll.h>
 #include <string>
 #include <thread>
 #include <vector>
@@ -164,27 +163,6 @@ TEST(MessageQueue, LosesNothingWhateverIsPosted) {
         for (const auto& [port, left] : errors)
             EXPECT_EQ(left, 0) << "port " << port << ", seed " << seed;
     }
-}
-
-bool isReadable(int descriptor) {
-    pollfd watched{descriptor, POLLIN, 0};
-    return ::poll(&watched, 1, 0) == 1;
-}
-
-TEST(MessageQueue, ShowsItsDescriptorReadableWhileMessagesWait) {
-    MessageQueue queue;
-    post(queue, {readError(1)});
-    const int descriptor = queue.descriptor();
-    EXPECT_TRUE(isReadable(descriptor)) << "posted before the descriptor was asked for";
-    post(queue, {portData(1, 1)});
-    queue.fetch();
-    EXPECT_TRUE(isReadable(descriptor));
-    queue.fetch();
-    EXPECT_FALSE(isReadable(descriptor));
-    post(queue, {readError(1)});
-    EXPECT_TRUE(isReadable(descriptor));
-    queue.forget(WM_PORT_READ_ERROR, 10);
-    EXPECT_FALSE(isReadable(descriptor));
 }
 
 TEST(MessageQueue, HandsOverBetweenThreads) {

@@ -5,10 +5,6 @@
 
 namespace vkcomm {
 
-SystemError systemError(std::string what, int code) {
-    return {std::move(what), code, std::system_category().message(code)};
-}
-
 SystemError libraryError(std::string what, int code) {
     return {std::move(what), code, std::generic_category().message(code)};
 }

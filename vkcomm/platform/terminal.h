@@ -1,4 +1,4 @@
-// Whether a person watches.
+// The standard streams and arguments of a program: whether a person watches, and which bytes pass.
 #pragma once
 
 #include "vkcomm/export.h"
@@ -10,7 +10,11 @@ VKCOMM_API bool isErrorTerminal();
 // The same of standard output.
 VKCOMM_API bool isOutputTerminal();
 
-// Lets a write to a closed pipe fail instead of ending the process.
-VKCOMM_API void ignoreClosedPipes();
+// Lets every byte pass the standard streams unchanged, and a write to a closed pipe fail instead of ending the
+// process.
+VKCOMM_API void prepareStandardStreams();
+
+// The arguments of the program in UTF-8, argv being those of main; they live as long as the process.
+VKCOMM_API char** utf8Arguments(char** argv);
 
 }  // namespace vkcomm

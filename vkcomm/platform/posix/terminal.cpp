@@ -9,6 +9,8 @@ bool isErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 bool isOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
 
-void ignoreClosedPipes() { std::signal(SIGPIPE, SIG_IGN); }
+void prepareStandardStreams() { std::signal(SIGPIPE, SIG_IGN); }
+
+char** utf8Arguments(char** argv) { return argv; }
 
 }  // namespace vkcomm

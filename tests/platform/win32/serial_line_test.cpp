@@ -1,0 +1,171 @@
+// Real serial ports with an echo at the far end. VKCOMM_TEST_COM names two of them ("3 4"); the far end of the
+// second goes away as soon as it receives anything. Without the name there is nothing to test on.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <thread>
+
+#include "tests/platform/far_end.h"
+#include "vkcomm/platform/comm_device.h"
+#include "vkcomm/platform/serial_ports.h"
+
+namespace vkcomm {
+namespace {
+
+using namespace test;
+using testing::HasSubstr;
+
+class SerialLine : public testing::Test {
+protected:
+    unsigned int echoing = 0, leaving = 0;
+    std::shared_ptr<CommDevice> device;
+
+    void SetUp() override {
+        const char* names = std::getenv("VKCOMM_TEST_COM");
+        if (!names) GTEST_SKIP() << "VKCOMM_TEST_COM names no ports";
+        std::istringstream(names) >> echoing >> leaving;
+        device = openDevice("COM" + std::to_string(echoing));
+    }
+
+    static void write(CommDevice& to, const Bytes& bytes) {
+        std::size_t written = 0;
+        EXPECT_TRUE(to.write(bytes, written)) << to.lastError().message();
+        EXPECT_EQ(written, bytes.size());
+    }
+
+    // A driver may also wake its waiter without an event, or for bytes that are read already.
+    static Bytes read(CommDevice& from, std::size_t size) {
+        Bytes bytes;
+        while (bytes.size() < size) {
+            std::uint32_t events = 0;
+            EXPECT_TRUE(from.waitForEvent(events)) << from.lastError().message();
+            Bytes piece(4096);
+            piece.resize(from.read(piece));
+            bytes.insert(bytes.end(), piece.begin(), piece.end());
+        }
+        return bytes;
+    }
+};
+
+TEST_F(SerialLine, CarriesEveryByteWhileAnotherThreadWaits) {
+    const Bytes sent = everyByte(20'000);
+    std::thread writer([&] {
+        for (std::size_t at = 0; at < sent.size(); at += 500)
+            write(*device, Bytes(sent.begin() + static_cast<std::ptrdiff_t>(at),
+                                 sent.begin() + static_cast<std::ptrdiff_t>(at + 500)));
+    });
+    EXPECT_EQ(read(*device, sent.size()), sent);
+    writer.join();
+}
+
+TEST_F(SerialLine, AnEmptyMaskReleasesTheWaiterAndLaterWaitsWork) {
+    for (int time = 0; time < 3; ++time) {
+        std::thread waiter([this] {
+            std::uint32_t events = 99;
+            EXPECT_TRUE(device->waitForEvent(events)) << device->lastError().message();
+            EXPECT_EQ(events, 0u);
+        });
+        EXPECT_TRUE(device->setEventMask(0));
+        waiter.join();
+        EXPECT_TRUE(device->setEventMask(kEventReceived));
+        write(*device, everyByte(3));
+        EXPECT_EQ(read(*device, 3), everyByte(3));
+    }
+}
+
+TEST_F(SerialLine, CloseReleasesTheWaiter) {
+    std::thread waiter([this] {
+        std::uint32_t events = 0;
+        while (device->waitForEvent(events)) {
+        }
+    });
+    device->close();
+    waiter.join();
+    EXPECT_THAT(device->lastError().message(), HasSubstr("it is closed"));
+    EXPECT_NE(openDevice("COM" + std::to_string(echoing)), nullptr) << "and the port is free again";
+}
+
+TEST_F(SerialLine, KeepsItsSettings) {
+    CommState state;
+    ASSERT_TRUE(device->getState(state));
+    EXPECT_EQ(state.BaudRate, 115200u);
+    for (const std::uint32_t baud : {4800u, 9600u, 38400u, 57600u, 115200u}) {
+        state.BaudRate = baud;
+        EXPECT_TRUE(device->setState(state)) << baud;
+        CommState now;
+        EXPECT_TRUE(device->getState(now));
+        EXPECT_EQ(now.BaudRate, baud);
+        EXPECT_EQ(now.ByteSize, 8);
+        write(*device, everyByte(10));
+        EXPECT_EQ(read(*device, 10), everyByte(10)) << baud;
+    }
+    CommTimeouts timeouts;
+    EXPECT_TRUE(device->getTimeouts(timeouts));
+    EXPECT_EQ(timeouts, (CommTimeouts{CommTimeouts::kReturnAtOnce, 0, 0, 10, 1000}));
+    EXPECT_TRUE(device->setQueueSizes(8192, 8192));
+}
+
+TEST_F(SerialLine, HasBreaksButNoBluetoothDriver) {
+    std::uint32_t outcome = 9;
+    EXPECT_TRUE(device->setBreak()) << device->lastError().message();
+    EXPECT_TRUE(device->clearBreak()) << device->lastError().message();
+    EXPECT_FALSE(device->control(kControlWait, nullptr, 0, outcome));
+    EXPECT_EQ(outcome, 0u);
+}
+
+TEST_F(SerialLine, IsForOneAtATimeAndListed) {
+    const auto second = systemCommDevices().make();
+    EXPECT_FALSE(second->open(comName("COM" + std::to_string(echoing)), 0));
+    EXPECT_THAT(second->openError(), testing::AnyOf(kErrorAccessDenied, kErrorBusy));
+    EXPECT_THAT(second->lastError().message(), HasSubstr("another program holds it"));
+    EXPECT_THAT(listSerialPorts(),
+                testing::Contains(testing::Field(&SerialPortInfo::path, "COM" + std::to_string(echoing))));
+}
+
+TEST_F(SerialLine, ThatVanishesIsSeenByTheReaderAndCanBeClosed) {
+    const auto gone = openDevice("COM" + std::to_string(leaving));
+    std::thread reader([&] {
+        for (;;) {
+            std::uint32_t events = 0, queued = 0;
+            EXPECT_TRUE(gone->waitForEvent(events));
+            EXPECT_TRUE(gone->bytesQueued(queued));
+            Bytes buffer(255);
+            if (events == kEventReceived && queued == 1 && gone->read(buffer) == 0) break;
+        }
+    });
+    write(*gone, everyByte(1));
+    reader.join();
+    EXPECT_THAT(gone->lastError().message(), HasSubstr("the device has gone"));
+    gone->close();
+}
+
+TEST(OpeningADevice, SaysWhichAndWhatToDo) {
+    const std::string closedPort = makeFarEnd(FarKind::kTcp)->address();
+
+    const struct {
+        std::wstring name;
+        const char* refusal;
+    } rows[] = {
+        {L"COM98:", "cannot open COM98: "},
+        {L"COM98:", "is it plugged in"},
+        {comName(closedPort), "is the receiver switched on"},
+        {comName("tcp://no..host:5000"), "is the name right?"},
+        {comName("tcp://127.0.0.1"), "there is no port of that name"},
+        {comName("bt:00:11:22:33:44"), "there is no port of that name"},
+        {L"COM0:", "there is no port of that name"},
+        {L"LPT1:", "cannot open LPT1: there is no port of that name"},
+        {L"STR1:", "this system has no Bluetooth"},
+    };
+
+    for (const auto& row : rows) {
+        const auto device = systemCommDevices().make();
+        EXPECT_FALSE(device->open(row.name, 0));
+        EXPECT_EQ(device->openError(), kErrorNotFound);
+        EXPECT_THAT(device->lastError().message(), HasSubstr(row.refusal));
+    }
+}
+
+}  // namespace
+}  // namespace vkcomm
