@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "host/byte_text.h"
+#include "host/shown_text.h"
 #include "vkcomm/net/base64.h"
 #include "vkcomm/util/numbers.h"
 
@@ -109,6 +110,7 @@ NtripOutcome NtripReply::feed(std::string_view bytes, std::string& body) {
     if (m_outcome == NtripOutcome::kWaiting) {
         m_held += bytes;
         const std::size_t head = readHead();
+        m_headOutcome = m_outcome;
         if (m_outcome == NtripOutcome::kWaiting) return m_outcome;
         const std::string rest = std::exchange(m_held, {}).substr(head);
         appendAfterIcy(rest, body);
@@ -155,6 +157,8 @@ std::size_t NtripReply::readHttpHead(std::string_view held) {
     const bool isStream = outcome == NtripOutcome::kStream;
     settle(isStream && isTable ? NtripOutcome::kSourceTable : outcome, firstLine(head));
     if (outcome == NtripOutcome::kRedirected) settle(outcome, field(head, "location"));
+    if (isStream && lowered(field(head, "content-type")).starts_with("text/html"))
+        settle(NtripOutcome::kMalformed, "a web page");
     if (lowered(field(head, "transfer-encoding")).find("chunked") != std::string::npos)
         m_chunk = Chunk::kSize;
     return end + (held[end] == '\r' ? 4 : 2);
@@ -162,9 +166,7 @@ std::size_t NtripReply::readHttpHead(std::string_view held) {
 
 void NtripReply::settle(NtripOutcome outcome, std::string_view text) {
     m_outcome = outcome;
-    m_text.clear();
-    for (const char c : text.substr(0, kMostShown))
-        if (static_cast<unsigned char>(c) >= 0x20 && c != 0x7F) m_text += c;
+    m_text = shownText(text.substr(0, kMostShown));
 }
 
 // Behind "ICY 200 OK" the stream may begin at once, or after an empty line, or after fields and an empty line.

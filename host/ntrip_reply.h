@@ -35,6 +35,9 @@ public:
 
     NtripOutcome outcome() const { return m_outcome; }
 
+    // The same without regard to what stands behind the head.
+    NtripOutcome headOutcome() const { return m_headOutcome; }
+
     // The caster's words: the status line, or the place a redirection names. Control characters are left out.
     const std::string& text() const { return m_text; }
 
@@ -52,6 +55,7 @@ private:
     void readChunkLine(std::string_view& bytes);
 
     NtripOutcome m_outcome = NtripOutcome::kWaiting;
+    NtripOutcome m_headOutcome = NtripOutcome::kWaiting;
     std::string m_held;  // bytes that cannot be judged yet
     std::string m_text;
     bool m_afterIcy = false;  // fields of a head, or its empty line, may still come

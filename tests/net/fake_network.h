@@ -121,7 +121,8 @@ public:
     }
 
     std::optional<std::uint32_t> resolve(const std::string& host) override {
-        const std::map<std::string, std::uint32_t> known{{"caster", 0xC0A80001}, {"controller", 0x7F000001}};
+        const std::map<std::string, std::uint32_t> known{
+            {"caster", 0xC0A80001}, {"192.168.0.1", 0xC0A80001}, {"controller", 0x7F000001}};
         const auto found = known.find(host);
         return found == known.end() ? std::nullopt : std::optional(found->second);
     }

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tests/net/fake_network.h"
+#include "tests/net/socket_messages.h"
 #include "vkcomm/net/vrs_socket.h"
 
 namespace vkcomm {
@@ -13,66 +14,10 @@ namespace {
 
 using test::Arrival;
 using test::FakeNetwork;
+using test::Messages;
+using test::SleptTime;
+using test::Texts;
 using test::Wire;
-
-// Time passes only by sleeping.
-class SleptTime final : public Clock {
-public:
-    std::chrono::milliseconds now() override { return std::chrono::milliseconds(m_slept.load()); }
-
-    void sleep(std::chrono::milliseconds time) override {
-        m_slept += time.count();
-        std::this_thread::yield();
-    }
-
-private:
-    std::atomic<long long> m_slept{0};
-};
-
-// Keeps messages as text, "1065 6 object"; may act on one while it is posted.
-class Messages final : public MessageTarget {
-public:
-    void post(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam) override {
-        std::string text = std::to_string(message) + " " + std::to_string(static_cast<int>(wParam));
-        if (lParam != 0) text += " object";
-        std::function<void()> action;
-        {
-            const std::lock_guard guard(m_lock);
-            m_texts.push_back(text);
-            if (text == m_actOn) action = m_action;
-        }
-        m_changed.notify_all();
-        if (action) action();
-    }
-
-    void forget(unsigned int, std::intptr_t) override {}
-
-    void on(std::string text, std::function<void()> action) {
-        m_actOn = std::move(text);
-        m_action = std::move(action);
-    }
-
-    // Waits for that many messages.
-    std::vector<std::string> first(std::size_t count) {
-        std::unique_lock guard(m_lock);
-        m_changed.wait(guard, [&] { return m_texts.size() >= count; });
-        return {m_texts.begin(), m_texts.begin() + static_cast<std::ptrdiff_t>(count)};
-    }
-
-    std::vector<std::string> all() {
-        const std::lock_guard guard(m_lock);
-        return m_texts;
-    }
-
-private:
-    std::mutex m_lock;
-    std::condition_variable m_changed;
-    std::vector<std::string> m_texts;
-    std::string m_actOn;
-    std::function<void()> m_action;
-};
-
-using Texts = std::vector<std::string>;
 
 struct Socket : testing::Test {
     Wire wire;

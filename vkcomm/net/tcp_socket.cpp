@@ -249,18 +249,21 @@ int CCESocket::Connect(const std::wstring& host, unsigned int port) {
         Disconnect();
         return 0;
     }
-    m_link->state.store(SOCKET_CONNECTED);
-    if (!session->readerRunning.exchange(true) && !startReader(session)) return 0;
+    if (!startReader(session)) return 0;
     m_clock->sleep(kAfterConnect);
     return 1;
 }
 
+// False when it cannot, and when another thread has disconnected meanwhile. The lock keeps Disconnect and the reader
+// away until the thread object is in place.
 bool CCESocket::startReader(const std::shared_ptr<Session>& session) {
-    if (session->reader.joinable()) session->reader.join();
     SystemError error;
     {
-        // The reader takes this lock first of all: whatever it does, its thread object is in place.
         const std::lock_guard guard(m_link->lock);
+        if (session->ended.load()) return false;
+        m_link->state.store(SOCKET_CONNECTED);
+        if (session->readerRunning.exchange(true)) return true;
+        if (session->reader.joinable()) session->reader.join();
         try {
             session->reader = std::thread([link = m_link, session] { link->read(*session); });
         } catch (const std::system_error& failure) {

@@ -10,8 +10,8 @@
 // A peer that closes shows as reads of nothing; they are paced, so that the closing is told after about a
 // second (more than 100 such reads in a row) and again each second while the socket stays open.
 //
-// Threads: Create, Connect and Disconnect are for one thread at a time. Send, reading and the queries may come
-// from any thread, also while another one disconnects. Disconnect and destruction wait for the reader, except
+// Threads: Create and Connect are for one thread at a time. Everything else may come from any thread, Disconnect also
+// while another one connects, which then gives 0, or sends. Disconnect and destruction wait for the reader, except
 // on the reader's own thread (an owner that handles messages while they are posted), where the reader ends by
 // itself after the handler; it touches nothing but state it owns together with the object. After Disconnect
 // nothing is posted.

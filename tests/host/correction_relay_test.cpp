@@ -1,0 +1,218 @@
+#include "host/correction_relay.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <mutex>
+
+#include "host/byte_text.h"
+#include "host/relay_report.h"
+#include "tests/ports/port_fixture.h"
+#include "vkcomm/control/trimble_port.h"
+
+namespace vkcomm {
+namespace {
+
+using namespace std::chrono_literals;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using Texts = std::vector<std::string>;
+
+TEST(CorrectionRoad, FollowsFromTheType) {
+    std::string roads;
+    for (int type = -1; type <= 20; ++type)
+        roads += roadName(roadOf(static_cast<GPSOEMTYPE>(type)))[0];
+    EXPECT_EQ(roads, "v"
+                     "pppvvvvppv"
+                     "vvvcpvvvpp"
+                     "v");
+    EXPECT_EQ(roadOf(std::nullopt), CorrectionRoad::kPlain);
+}
+
+// A road that takes as many blocks as it has places.
+class Places final : public CorrectionSink {
+public:
+    bool isFree() override { return places > 0; }
+
+    bool send(ByteSpan block) override {
+        if (isDeaf) return false;
+        --places;
+        sent.emplace_back(textOf(block));
+        return true;
+    }
+
+    int places = 1000;
+    bool isDeaf = false;
+    Texts sent;
+};
+
+struct Relay : testing::Test {
+    Places road;
+    CorrectionRelay relay{road, 3s};
+    std::chrono::milliseconds now{1'000'000};
+
+    void take(char letter, std::size_t size) { relay.take({std::string(size, letter), -1}, now); }
+
+    // "a300b800" for each block that was sent.
+    Texts sent() const {
+        Texts shown;
+        for (const std::string& block : road.sent) {
+            std::string text;
+            for (std::size_t at = 0; at < block.size();) {
+                const std::size_t end = std::min(block.find_first_not_of(block[at], at), block.size());
+                text += block[at] + std::to_string(end - at);
+                at = end;
+            }
+            shown.push_back(text);
+        }
+        return shown;
+    }
+};
+
+TEST_F(Relay, SendsAtOnceWhileTheRoadIsFree) {
+    take('a', 300);
+    EXPECT_TRUE(relay.turn(now));
+    take('b', 20);
+    EXPECT_TRUE(relay.turn(now));
+    EXPECT_FALSE(relay.turn(now));
+    EXPECT_THAT(sent(), ElementsAre("a300", "b20"));
+}
+
+TEST_F(Relay, GathersWholeMessagesIntoBlocks) {
+    road.places = 0;
+    take('a', 300);
+    take('b', 800);  // 1100 together
+    take('c', 1029);
+    take('d', 100);  // does not fit behind c
+    take('e', 2500);
+    EXPECT_FALSE(relay.turn(now));
+    road.places = 1;
+    EXPECT_TRUE(relay.turn(now));
+    EXPECT_THAT(sent(), ElementsAre("a300b800")) << "one place, one block";
+    road.places = 10;
+    relay.turn(now);
+    EXPECT_THAT(sent(), ElementsAre("a300b800", "c1029", "d100", "e1100", "e1100", "e300"));
+    EXPECT_EQ(relay.counters().sentBytes, 300U + 800U + 1029U + 100U + 2500U);
+    EXPECT_EQ(relay.counters().sentBlocks, 6U);
+    EXPECT_FALSE(relay.isWaiting());
+}
+
+TEST_F(Relay, DropsTheOldestWholeBlocks) {
+    road.places = 0;
+    for (const char letter : {'a', 'b', 'c', 'd'}) {
+        take(letter, 1000);
+        relay.turn(now);
+        now += 1s;
+    }
+    relay.turn(now);
+    EXPECT_EQ(relay.counters().droppedBlocks, 1U) << "a has waited for four seconds, b for three";
+    EXPECT_EQ(relay.counters().droppedBytes, 1000U);
+    road.places = 10;
+    relay.turn(now);
+    EXPECT_THAT(sent(), ElementsAre("b1000", "c1000", "d1000"));
+
+    take('e', 10);
+    now += 1min;
+    relay.turn(now);
+    EXPECT_EQ(sent().size(), 3U) << "too old, though the road is free";
+    EXPECT_EQ(relay.counters().droppedBlocks, 2U);
+}
+
+TEST_F(Relay, ABlockThatIsNotTakenIsKept) {
+    road.isDeaf = true;
+    take('a', 10);
+    EXPECT_FALSE(relay.turn(now));
+    road.isDeaf = false;
+    take('b', 10);
+    EXPECT_TRUE(relay.turn(now));
+    EXPECT_THAT(sent(), ElementsAre("a10b10"));
+}
+
+TEST_F(Relay, SaysWhenMoreShouldWait) {
+    road.places = 0;
+    take('a', CorrectionRelay::kMostWaiting - 1);
+    EXPECT_TRUE(relay.hasRoom());
+    take('b', 1);
+    EXPECT_FALSE(relay.hasRoom());
+    road.places = 2;
+    relay.turn(now);
+    EXPECT_TRUE(relay.hasRoom());
+}
+
+// A control port on a fake device; the clock holds each pause until the test passes it.
+struct PortRoad : testing::Test {
+    FakeClock clock;
+    FakeDevices devices;
+    std::shared_ptr<FakeDevice> device = devices.add();
+    CTrimblePort port;
+    const std::string block = std::string(1100, 'x');
+
+    PortRoad() {
+        port.vSetClock(clock);
+        port.vSetDevices(devices);
+        device->passes = {vkcomm::block()};
+    }
+
+    ~PortRoad() override { device->free(); }
+};
+
+TEST_F(PortRoad, ThePlainRoadKeepsTwoInTheQueue) {
+    device->writes = {{WriteStep::kBlock, 0}};
+    const auto road = makePortSink(port, OEM_NOVATEL);
+    EXPECT_FALSE(road->isFree()) << "the port is closed";
+    EXPECT_FALSE(road->send(spanOf(block)));
+    ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(road->isFree());
+        EXPECT_TRUE(road->send(spanOf(block)));
+    }
+    EXPECT_FALSE(road->isFree());
+}
+
+TEST_F(PortRoad, TheSlowRoadsTakeOneBlockWhileTheQueueIsEmpty) {
+    struct Case {
+        GPSOEMTYPE type;
+        std::string begin;  // of a piece
+        std::size_t size;
+    };
+
+    ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    std::size_t written = 0;
+    for (const Case& c : {Case{OEM_NOVATEL_5, "$$VD", 64}, Case{OEM_TYPE_11, "$$RZ", 64}, Case{OEM_TYPE_13, "xxxx", 55}}) {
+        const auto road = makePortSink(port, c.type);
+        EXPECT_TRUE(road->isFree());
+        EXPECT_TRUE(road->send(spanOf(block)));
+        EXPECT_FALSE(road->isFree());
+        EXPECT_EQ(port.nQueueDepth(), 20) << "none of the pieces is more than the writer takes";
+        EXPECT_THAT(clock.passNext(20), testing::Each(50));
+        device->awaitWrites(written += 20);
+        EXPECT_EQ(device->written().back().substr(0, 4), c.begin);
+        EXPECT_EQ(device->written().back().size(), c.size);
+        while (!road->isFree())
+            std::this_thread::yield();
+    }
+    EXPECT_EQ(port.Counters().skipped, 0U);
+}
+
+TEST(RelayReport, TellsWhatFlows) {
+    CasterRelayStatus status;
+    status.state = NtripState::kStreaming;
+    status.caster.bytes = 12'345;
+    status.messages = {{1004, 12}, {1012, 11}};
+    status.badChecks = 1;
+    status.relay = {30, 12'000, 2, 345};
+    status.age = 400ms;
+    ReceiverSnapshot receiver;
+    receiver.quality = 4;
+    receiver.satellitesUsed = 9;
+    EXPECT_EQ(relayLine(status, receiver), "streaming  12.3 kB  1004:12 1012:11 1 damaged  age 0.4 s  dropped 2 blocks"
+                                           "  receiver: RTK fixed, 9 satellites");
+    EXPECT_THAT(relayJson(status, receiver),
+                HasSubstr(R"("messages":[{"number":1004,"count":12},{"number":1012,"count":11}],"damaged":1,"age_s":0.400)"));
+    for (int type = 1001; type < 1020; ++type)
+        status.messages[type] = 1;
+    EXPECT_THAT(relayLine(status, receiver), HasSubstr("1008:1 +11 types"));
+}
+
+}  // namespace
+}  // namespace vkcomm
