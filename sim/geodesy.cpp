@@ -32,7 +32,7 @@ Ecef positionOf(const Epoch& epoch) {
     return ecefOf(epoch.latitude, epoch.longitude, ellipsoidalHeight(epoch));
 }
 
-Ecef basePosition() { return ecefOf(47.29, 8.57, 502.5); }
+Ecef basePosition() { return ecefOf(kBaseLatitude, kBaseLongitude, kBaseHeight); }
 
 LocalVelocity localVelocityOf(const Epoch& epoch) {
     const double course = radiansOf(epoch.course);

@@ -22,7 +22,9 @@ Ecef ecefOf(double latitude, double longitude, double height);
 // The position of an epoch, also when it has no fix.
 Ecef positionOf(const Epoch& epoch);
 
-// Of the reference station that the rover's corrections come from.
+// The reference station that the rover's corrections come from: degrees, and metres above the ellipsoid.
+inline constexpr double kBaseLatitude = 47.29, kBaseLongitude = 8.57, kBaseHeight = 502.5;
+
 Ecef basePosition();
 
 // Velocity along the local horizon, m/s.

@@ -9,7 +9,8 @@ namespace vkcomm::sim {
 using namespace std::chrono_literals;
 
 LiveSimulator::LiveSimulator(const LiveOptions& options, std::unique_ptr<ByteServer> server, Clock& clock)
-    : m_address(server->address()), m_clock(clock), m_stream(options), m_server(std::move(server)) {}
+    : m_address(server->address()), m_clock(clock), m_stream(options), m_server(std::move(server)),
+      m_receiver(makeCommandedReceiver(options.family)) {}
 
 LiveSimulator::~LiveSimulator() { stop(); }
 
@@ -28,13 +29,26 @@ LiveTotals LiveSimulator::totals() const {
     return m_totals;
 }
 
+CommandReport LiveSimulator::commands(std::uint64_t seen) const {
+    const std::scoped_lock lock(m_lock);
+    CommandReport report{m_receiver->obeyed(), m_receiver->refused(), m_receiver->state(), {}};
+    const auto& notes = m_receiver->notes();
+    const auto added = std::min<std::uint64_t>(report.count() - std::min(seen, report.count()), notes.size());
+    report.notes.assign(notes.end() - static_cast<std::ptrdiff_t>(added), notes.end());
+    return report;
+}
+
 void LiveSimulator::run(std::optional<std::chrono::milliseconds> unplugAfter) {
     const auto start = m_clock.now();
-    for (;;) {
-        const LivePiece piece = m_stream.next();
-        const std::chrono::milliseconds due(piece.dueMilliseconds);
+    const auto reach = [&](std::int64_t dueMilliseconds) {
+        const std::chrono::milliseconds due(dueMilliseconds);
         const bool isLast = unplugAfter && due >= *unplugAfter;
-        if (!waitUntil(start + (isLast ? *unplugAfter : due)) || isLast) break;
+        return waitUntil(start + (isLast ? *unplugAfter : due)) && !isLast;
+    };
+    while (reach(m_stream.earliestDue())) {
+        m_stream.setFix(m_rover.at(m_clock.now()));
+        const LivePiece piece = m_stream.next();
+        if (!reach(piece.dueMilliseconds)) break;
         send(piece);
     }
     m_server.reset();
@@ -51,20 +65,39 @@ bool LiveSimulator::waitUntil(std::chrono::milliseconds due) {
     return !m_stop.isSet();
 }
 
+// Who asks without end waits until the answers are out.
 void LiveSimulator::receive() {
+    constexpr std::size_t kMostAnswers = 65'536;
     std::array<unsigned char, 4096> buffer;
-    while (const std::size_t size = m_server->read(buffer)) {
-        const std::scoped_lock lock(m_lock);
-        m_totals.bytesReceived += size;
+    while (m_answers.size() < kMostAnswers) {
+        const std::size_t size = m_server->read(buffer);
+        if (size == 0) break;
+        obey(ByteSpan(buffer).first(size));
     }
+    if (m_betweenEpochs) write(std::exchange(m_answers, {}));
+}
+
+void LiveSimulator::obey(ByteSpan bytes) {
+    const std::scoped_lock lock(m_lock);
+    m_totals.bytesReceived += bytes.size();
+    const Reaction reaction = m_receiver->receive(bytes);
+    m_rover.receive(reaction.rest, m_clock.now());
+    m_answers.insert(m_answers.end(), reaction.answer.begin(), reaction.answer.end());
 }
 
 void LiveSimulator::send(const LivePiece& piece) {
-    const std::size_t lost = m_server->write(piece.bytes);
+    write(piece.bytes);
+    m_betweenEpochs = piece.endsEpoch;
     const std::scoped_lock lock(m_lock);
-    m_totals.bytesSent += piece.bytes.size();
-    m_totals.bytesLost += lost;
     m_totals.frames = m_stream.counts();
+}
+
+void LiveSimulator::write(ByteSpan bytes) {
+    if (bytes.empty()) return;
+    const std::size_t lost = m_server->write(bytes);
+    const std::scoped_lock lock(m_lock);
+    m_totals.bytesSent += bytes.size();
+    m_totals.bytesLost += lost;
 }
 
 }  // namespace vkcomm::sim

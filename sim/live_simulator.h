@@ -1,4 +1,4 @@
-// A simulated receiver that streams to whoever attaches, on a thread of its own.
+// A simulated receiver that streams to whoever attaches, and obeys them, on a thread of its own.
 #pragma once
 
 #include <atomic>
@@ -9,8 +9,11 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "sim/commanded_receiver.h"
 #include "sim/live_stream.h"
+#include "sim/rover_quality.h"
 #include "vkcomm/platform/byte_server.h"
 #include "vkcomm/platform/clock.h"
 #include "vkcomm/platform/event.h"
@@ -24,7 +27,18 @@ struct LiveTotals {
     std::uint64_t bytesReceived = 0;
 };
 
-// Whatever is sent to it is read and counted. Operations may be called from any thread.
+// What has become of the commands that were sent to the receiver.
+struct CommandReport {
+    std::uint64_t obeyed = 0;
+    std::uint64_t refused = 0;
+    std::string state;               // of the receiver, see CommandedReceiver
+    std::vector<CommandNote> notes;  // oldest first, as many as are kept
+
+    std::uint64_t count() const { return obeyed + refused; }
+};
+
+// What is sent to it is commands, whose answers go out behind a whole epoch, or corrections. Operations may be called
+// from any thread.
 class LiveSimulator {
 public:
     // problemWith(options) must be empty, server not null. The clock must outlive the object.
@@ -48,20 +62,29 @@ public:
 
     LiveTotals totals() const;
 
+    // With the notes behind the first seen ones.
+    CommandReport commands(std::uint64_t seen = 0) const;
+
 private:
     void run(std::optional<std::chrono::milliseconds> unplugAfter);
     bool waitUntil(std::chrono::milliseconds due);
     void receive();
+    void obey(ByteSpan bytes);
     void send(const LivePiece& piece);
+    void write(ByteSpan bytes);
 
     const std::string m_address;
     Clock& m_clock;
-    LiveStream m_stream;                   // of the thread
-    std::unique_ptr<ByteServer> m_server;  // of the thread once it runs
+    LiveStream m_stream;  // of the thread, as are those up to m_betweenEpochs
+    std::unique_ptr<ByteServer> m_server;
+    RoverQuality m_rover;
+    std::vector<unsigned char> m_answers;  // that wait for the end of an epoch
+    bool m_betweenEpochs = true;
     Event m_stop;
     std::atomic<bool> m_isRunning = false;
     mutable std::mutex m_lock;
     LiveTotals m_totals;
+    std::unique_ptr<CommandedReceiver> m_receiver;
     std::thread m_thread;
 };
 

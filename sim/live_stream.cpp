@@ -49,6 +49,16 @@ LivePiece LiveStream::next() {
     return std::move(planned.piece);
 }
 
+std::int64_t LiveStream::earliestDue() const {
+    if (!m_planned.empty()) return m_planned.front().piece.dueMilliseconds;
+    return std::max(m_lastDue, rounded(static_cast<double>(m_epochsPlanned) * epochMilliseconds()));
+}
+
+Epoch LiveStream::nextEpoch() {
+    const std::int64_t time = rounded(static_cast<double>(m_epochsMade) * 1000.0 / m_options.rateHz);
+    return m_options.isRover ? m_truth.at(time, m_fix) : m_truth.at(time);
+}
+
 // Several epochs at once: damage leaves the last frame of what it is given whole, and a family may have one
 // frame an epoch. Each epoch then gets its frames with the garbage in front of them.
 void LiveStream::planBlock() {
@@ -70,11 +80,11 @@ void LiveStream::planBlock() {
 }
 
 Piece LiveStream::makeBlock(std::vector<std::size_t>& framesAnEpoch, std::vector<LiveCounts>& dropped) {
-    constexpr std::size_t kFramesABlock = 16, kEpochsABlock = 16;
+    constexpr std::size_t kFramesABlock = 16;
+    const std::size_t epochsABlock = m_options.isRover ? 1 : 16;
     Piece block, clean;
-    while (block.frames.size() < kFramesABlock && framesAnEpoch.size() < kEpochsABlock) {
-        const Epoch epoch =
-            m_truth.at(rounded(static_cast<double>(m_epochsMade) * 1000.0 / m_options.rateHz));
+    while (block.frames.size() < kFramesABlock && framesAnEpoch.size() < epochsABlock) {
+        const Epoch epoch = nextEpoch();
         clean.truncate(0, 0);
         if (m_epochsMade++ == 0 && m_family.encodeStart) m_family.encodeStart(epoch, clean);
         m_family.encodeEpoch(epoch, clean);
@@ -89,7 +99,7 @@ Piece LiveStream::makeBlock(std::vector<std::size_t>& framesAnEpoch, std::vector
 
 // An epoch is late as a whole; its pieces take half of the time until the next.
 void LiveStream::planEpoch(ByteSpan bytes, const LiveCounts& counts) {
-    const double interval = 1000.0 / m_options.rateHz;
+    const double interval = epochMilliseconds();
     const auto late = m_random.below(static_cast<std::uint32_t>(m_options.delayMilliseconds) + 1);
     const std::int64_t due = rounded(static_cast<double>(m_epochsPlanned++) * interval) + late;
     std::vector<std::size_t> cuts{0, bytes.size()};
@@ -101,7 +111,8 @@ void LiveStream::planEpoch(ByteSpan bytes, const LiveCounts& counts) {
         m_lastDue = std::max(m_lastDue, due + rounded(interval * share));
         const ByteSpan part = bytes.subspan(cuts[i], cuts[i + 1] - cuts[i]);
         const bool isLast = i + 2 == cuts.size();
-        m_planned.push_back({{m_lastDue, {part.begin(), part.end()}}, isLast ? counts : LiveCounts{}});
+        m_planned.push_back(
+            {{m_lastDue, {part.begin(), part.end()}, isLast}, isLast ? counts : LiveCounts{}});
     }
 }
 

@@ -19,6 +19,7 @@ struct LiveOptions {
     double corruptPercent = 0.0;  // of the frames, broken as damaged recordings have them
     int splits = 1;               // writes that an epoch goes out in, cut anywhere, 1 to 100
     int delayMilliseconds = 0;    // the most by which an epoch is late, 0 to 60,000
+    bool isRover = false;         // the fix is what setFix says, not what a recording of this time has
 };
 
 // What is wrong with the options, in a line for the user; empty when nothing is.
@@ -28,6 +29,7 @@ std::string problemWith(const LiveOptions& options);
 struct LivePiece {
     std::int64_t dueMilliseconds = 0;  // since the start, never less than that of the piece before
     std::vector<unsigned char> bytes;
+    bool endsEpoch = false;  // what else the receiver sends may stand behind it
 };
 
 struct LiveCounts {
@@ -38,13 +40,20 @@ struct LiveCounts {
     friend bool operator==(const LiveCounts&, const LiveCounts&) = default;
 };
 
-// Same options, same pieces; without end. Not thread-safe.
+// Same options (and fixes), same pieces; without end. Not thread-safe.
 class LiveStream {
 public:
     // problemWith(options) must be empty.
     explicit LiveStream(const LiveOptions& options);
 
     LivePiece next();
+
+    // The time since the start before which the next piece is not due. A rover's epochs are made one by one, so
+    // that one who waits for it tells the fix as it is then. Corruption leaves the last frame of each whole.
+    std::int64_t earliestDue() const;
+
+    // Of the epochs that next makes from now on; single before the first call. Only for a rover.
+    void setFix(const Fix& fix) { m_fix = fix; }
 
     // Of the frames that have been given out whole up to now, with those dropped before them.
     const LiveCounts& counts() const { return m_counts; }
@@ -55,6 +64,9 @@ private:
         LiveCounts counts;  // to add when the piece is given
     };
 
+    double epochMilliseconds() const { return 1000.0 / m_options.rateHz; }
+
+    Epoch nextEpoch();
     void planBlock();
     Piece makeBlock(std::vector<std::size_t>& framesAnEpoch, std::vector<LiveCounts>& dropped);
     void planEpoch(ByteSpan bytes, const LiveCounts& counts);
@@ -64,6 +76,7 @@ private:
     const Truth m_truth;
     Damager m_damager;
     Random m_random;
+    Fix m_fix{.quality = FixQuality::kSingle};
     std::int64_t m_epochsMade = 0;
     std::int64_t m_epochsPlanned = 0;
     std::int64_t m_lastDue = 0;

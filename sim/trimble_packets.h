@@ -20,6 +20,9 @@ enum TrimblePacket : std::uint8_t {
     kGenout = 0x40,
     kRetopt = 0x4B,
     kRetsvdata = 0x55,
+    kRawdata = 0x57,
+    kAppfile = 0x64,
+    kRetafdir = 0x67,
     kBreakret = 0x6E
 };
 

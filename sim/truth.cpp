@@ -56,6 +56,9 @@ struct Stage {
     std::int64_t sigma;  // horizontal, in tenths of millimetres
 };
 
+// The usual sigma of every quality, in tenths of millimetres.
+constexpr std::array<std::int64_t, 5> kUsualSigmas{0, 15'000, 4'500, 1'800, 80};
+
 constexpr std::array kStages{
     Stage{5 * kSecond, FixQuality::kSingle, 15'000},   Stage{10 * kSecond, FixQuality::kDifferential, 4'500},
     Stage{20 * kSecond, FixQuality::kRtkFloat, 1'800}, Stage{570 * kSecond, FixQuality::kRtkFixed, 80},
@@ -95,14 +98,12 @@ void setMotion(Epoch& epoch, std::int64_t milliseconds) {
     epoch.course = thousandth((std::llround(radians * (180'000.0 / std::numbers::pi)) + 360'000) % 360'000);
 }
 
-void setAccuracy(Epoch& epoch, std::int64_t milliseconds) {
-    const Stage& stage = stageAt(milliseconds);
-    epoch.quality = stage.quality;
-    const bool corrected = stage.quality > FixQuality::kSingle;
-    epoch.correctionAge = corrected ? thousandth(kSecond + milliseconds % kSecond) : 0.0;
+void setAccuracy(Epoch& epoch, std::int64_t milliseconds, const Fix& fix, std::int64_t usualSigma) {
+    epoch.quality = fix.quality;
+    epoch.correctionAge = fix.correctionAge;
 
-    // In tenths of micrometres: stage.sigma times a percentage times a ratio of ten.
-    const std::int64_t sigma = stage.sigma * (100 + swing(milliseconds, 7 * kMinute, 10).value);
+    // In tenths of micrometres: the usual one times a percentage times a ratio of ten.
+    const std::int64_t sigma = usualSigma * (100 + swing(milliseconds, 7 * kMinute, 10).value);
     epoch.sigmaLatitude = static_cast<double>(sigma * 10) / 1e7;
     epoch.sigmaLongitude = static_cast<double>(sigma * 8) / 1e7;
     epoch.sigmaHeight = static_cast<double>(sigma * 18) / 1e7;
@@ -226,10 +227,21 @@ Satellite Truth::satelliteAt(const Orbit& orbit, std::int64_t milliseconds) cons
 }
 
 Epoch Truth::at(std::int64_t milliseconds) const {
+    const Stage& stage = stageAt(milliseconds);
+    const bool isCorrected = stage.quality > FixQuality::kSingle;
+    const double age = isCorrected ? thousandth(kSecond + milliseconds % kSecond) : 0.0;
+    return epochAt(milliseconds, {stage.quality, age}, stage.sigma);
+}
+
+Epoch Truth::at(std::int64_t milliseconds, const Fix& fix) const {
+    return epochAt(milliseconds, fix, kUsualSigmas[static_cast<std::size_t>(fix.quality)]);
+}
+
+Epoch Truth::epochAt(std::int64_t milliseconds, const Fix& fix, std::int64_t usualSigma) const {
     Epoch epoch;
     setTime(epoch, m_options, milliseconds);
     setMotion(epoch, milliseconds);
-    setAccuracy(epoch, milliseconds);
+    setAccuracy(epoch, milliseconds, fix, usualSigma);
     epoch.dops = dopsAt(milliseconds);
     for (const Orbit& orbit : m_orbits) {
         epoch.satellites.push_back(satelliteAt(orbit, milliseconds));

@@ -46,6 +46,12 @@ struct Dops {
     double gdop = 0.0, pdop = 0.0, hdop = 0.0, vdop = 0.0, tdop = 0.0, htdop = 0.0;
 };
 
+// What a receiver has reached, and how old the corrections are that it used.
+struct Fix {
+    FixQuality quality = FixQuality::kNone;
+    double correctionAge = 0.0;  // seconds; 0 without corrections
+};
+
 // Everything about one moment.
 struct Epoch {
     int week = 0;  // GPS week, not rolled over
@@ -96,8 +102,11 @@ class Truth {
 public:
     explicit Truth(const TruthOptions& options);
 
-    // The state of everything the given time after the start; milliseconds must not be negative.
+    // The state of everything the given time after the start; milliseconds must not be negative. The quality goes
+    // through all there are in every ten minutes.
     Epoch at(std::int64_t milliseconds) const;
+    // The same of a receiver that has reached this.
+    Epoch at(std::int64_t milliseconds, const Fix& fix) const;
 
 private:
     // What sets one satellite apart. It swings between two ranges, always above the horizon, unless it is
@@ -118,6 +127,7 @@ private:
 
     static Orbit makeOrbit(SatelliteSystem system, int number, Random& random);
     Satellite satelliteAt(const Orbit& orbit, std::int64_t milliseconds) const;
+    Epoch epochAt(std::int64_t milliseconds, const Fix& fix, std::int64_t usualSigma) const;
 
     TruthOptions m_options;
     std::vector<Orbit> m_orbits;

@@ -1,0 +1,52 @@
+#include "sim/commanded_receiver.h"
+
+#include <algorithm>
+
+#include "sim/correction_frame.h"
+
+namespace vkcomm::sim {
+
+Front CommandedReceiver::correctionsOrFrontOf(ByteSpan bytes) const {
+    const CorrectionLook look = lookForCorrections(bytes);
+    const bool isUnfinished = look.match == CorrectionMatch::kUnfinished;
+    if (look.match != CorrectionMatch::kNone && !isUnfinished) return otherFront(look.size);
+    Front front = frontOf(bytes);
+    if (front.kind == FrontKind::kOther && isUnfinished) front = {};
+    if (front.kind == FrontKind::kUnfinished && bytes.size() == kMostHeld) return otherFront();
+    return front;
+}
+
+Reaction CommandedReceiver::receive(ByteSpan bytes) {
+    Reaction reaction;
+    m_held.insert(m_held.end(), bytes.begin(), bytes.end());
+    ByteSpan left = m_held;
+    while (!left.empty()) {
+        const Front front = correctionsOrFrontOf(left.first(std::min(left.size(), kMostHeld)));
+        if (front.kind == FrontKind::kUnfinished) break;
+        const ByteSpan taken = left.first(front.size);
+        if (front.kind == FrontKind::kCommand) obey(taken, reaction);
+        if (front.kind == FrontKind::kOther)
+            reaction.leave(taken);
+        left = left.subspan(front.size);
+    }
+    m_held.erase(m_held.begin(), m_held.end() - static_cast<std::ptrdiff_t>(left.size()));
+    return reaction;
+}
+
+Reaction CommandedReceiver::passOn(CommandedReceiver& other, ByteSpan bytes) {
+    const std::uint64_t before = other.obeyed() + other.refused();
+    Reaction reaction = other.receive(bytes);
+    const auto added = static_cast<std::size_t>(other.obeyed() + other.refused() - before);
+    const auto& notes = other.notes();
+    for (std::size_t i = notes.size() - std::min(added, notes.size()); i < notes.size(); ++i)
+        note(notes[i].command, notes[i].problem);
+    return reaction;
+}
+
+void CommandedReceiver::note(std::string command, std::string problem) {
+    ++(problem.empty() ? m_obeyed : m_refused);
+    m_notes.push_back({std::move(command), std::move(problem)});
+    if (m_notes.size() > kMostNotes) m_notes.pop_front();
+}
+
+}  // namespace vkcomm::sim

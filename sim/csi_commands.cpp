@@ -1,0 +1,130 @@
+#include "sim/csi_commands.h"
+
+#include <algorithm>
+#include <array>
+
+#include "sim/answers.h"
+#include "sim/csi_encoder.h"
+#include "vkcomm/util/numbers.h"
+
+namespace vkcomm::sim {
+
+using namespace std::string_view_literals;
+
+namespace {
+
+constexpr std::string_view kTaken = "$>\r\n";
+
+// "this" or, when the command says so, the other port.
+std::string portOf(Arguments& arguments) {
+    constexpr std::array kOther{"OTHER"sv};
+    return arguments.isOver() ? "this port" : arguments.oneOf(kOther) + " port";
+}
+
+std::string decimal(long long value) {
+    std::string text;
+    appendInteger(text, value);
+    return text;
+}
+
+}  // namespace
+
+struct CsiCommands::Row {
+    std::string_view name;
+    void (CsiCommands::*obey)(Arguments& arguments);
+};
+
+constexpr CsiCommands::Row CsiCommands::kRows[] = {
+    {"$JSHOW", &CsiCommands::show},    {"$JT", &CsiCommands::application}, {"$JI", &CsiCommands::identity},
+    {"$JASC", &CsiCommands::sentence}, {"$JBIN", &CsiCommands::message},   {"$JBAUD", &CsiCommands::baud},
+    {"$JMASK", &CsiCommands::mask},    {"$JDIFF", &CsiCommands::source},   {"$JAGE", &CsiCommands::age},
+    {"$JOFF", &CsiCommands::off},      {"$JSAVE", &CsiCommands::save},
+};
+
+void CsiCommands::obey(ByteSpan command, Reaction& reaction) {
+    std::string_view line = asText(command);
+    if (!takeLineEnd(line)) return note(shownText(command), "the line breaks off");
+    Words words = splitWords(line, ',');
+    const auto* row = std::ranges::find(kRows, words[0], &Row::name);
+    if (row == std::end(kRows)) return note(std::string(line), "unknown command");
+    words.erase(words.begin());
+    Arguments arguments(std::move(words));
+    m_answer = kTaken;
+    (this->*row->obey)(arguments);
+    if (arguments.fault() != Fault::kNone) return note(std::string(line), "wrong argument");
+    reaction.say(m_answer);
+    note(std::string(line));
+}
+
+void CsiCommands::show(Arguments& arguments) {
+    Piece lines;
+    encodeCsiStart(momentOfAnswers(), lines);
+    if (arguments.done()) m_answer = asText(lines.bytes);
+}
+
+void CsiCommands::application(Arguments& arguments) {
+    if (arguments.done()) m_answer = "$>JT,SIM\r\n";
+}
+
+// Serial number, fleet, hardware, production date, begin and end of subscription, software version, option.
+void CsiCommands::identity(Arguments& arguments) {
+    if (arguments.done()) m_answer = "$>JI,10001,1,5,28022024,01/01/1900,01/01/3003,6.3,46\r\n";
+}
+
+// JASC,sentence,rate[,OTHER]
+void CsiCommands::sentence(Arguments& arguments) {
+    constexpr std::array kSentences{"GPGGA"sv, "GPGLL"sv, "GPGSA"sv, "GPGST"sv, "GPGSV"sv,
+                                    "GPRMC"sv, "GPRRE"sv, "GPVTG"sv, "GPZDA"sv};
+    setOutput(arguments.oneOf(kSentences), arguments);
+}
+
+// JBIN,message,rate[,OTHER]
+void CsiCommands::message(Arguments& arguments) {
+    constexpr std::array kMessages{"1"sv,  "2"sv,  "80"sv, "93"sv, "94"sv,
+                                   "95"sv, "96"sv, "97"sv, "98"sv, "99"sv};
+    setOutput("BIN " + arguments.oneOf(kMessages), arguments);
+}
+
+void CsiCommands::setOutput(const std::string& name, Arguments& arguments) {
+    constexpr double kFastest = 20;
+    const std::string rate = arguments.number(0, kFastest);
+    const std::string output = "output " + portOf(arguments) + ' ' + name;
+    if (!arguments.done()) return;
+    if (decimalNumber(rate) == 0.0)
+        m_settings.erase(output);
+    else
+        m_settings.set(output, rate + " Hz");
+}
+
+// JBAUD,rate[,OTHER]
+void CsiCommands::baud(Arguments& arguments) {
+    constexpr std::array kRates{"4800"sv, "9600"sv, "19200"sv, "38400"sv, "57600"sv, "115200"sv};
+    const std::string rate = arguments.oneOf(kRates);
+    const std::string of = portOf(arguments);
+    if (arguments.done()) m_settings.set(of, rate + " baud");
+}
+
+void CsiCommands::mask(Arguments& arguments) {
+    const long long degrees = arguments.whole(0, 60);
+    if (arguments.done()) m_settings.set("elevation mask", decimal(degrees));
+}
+
+void CsiCommands::source(Arguments& arguments) {
+    constexpr std::array kSources{"WAAS"sv, "BEACON"sv, "RTCM"sv, "OTHER"sv, "NONE"sv, "THIS"sv};
+    const std::string source = arguments.oneOf(kSources);
+    if (arguments.done()) m_settings.set("corrections", source);
+}
+
+void CsiCommands::age(Arguments& arguments) {
+    const long long seconds = arguments.whole(6, 8100);
+    if (arguments.done()) m_settings.set("correction age", decimal(seconds) + " s");
+}
+
+void CsiCommands::off(Arguments& arguments) {
+    const std::string of = portOf(arguments);
+    if (arguments.done()) m_settings.eraseAll("output " + of + ' ');
+}
+
+void CsiCommands::save(Arguments& arguments) { arguments.done(); }
+
+}  // namespace vkcomm::sim
