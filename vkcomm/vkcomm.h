@@ -36,6 +36,7 @@
 #include "vkcomm/platform/message_queue.h"
 #include "vkcomm/platform/message_target.h"
 #include "vkcomm/platform/port_map.h"
+#include "vkcomm/platform/window_target.h"
 #include "vkcomm/ports/enumerate_serial.h"
 #include "vkcomm/ports/my_serial_port.h"
 #include "vkcomm/ports/serial_port.h"

@@ -20,30 +20,6 @@ namespace {
 
 using Milliseconds = std::chrono::milliseconds;
 
-struct TcpPlace {
-    std::string address;
-    std::uint16_t port;
-};
-
-// Without an address only programs of this machine can attach.
-std::optional<TcpPlace> parseTcpPlace(const std::string& text) {
-    const std::size_t colon = text.rfind(':');
-    const std::string digits = colon == std::string::npos ? text : text.substr(colon + 1);
-    const std::string address = colon == std::string::npos ? "127.0.0.1" : text.substr(0, colon);
-    constexpr long kHighestPort = 65535;
-    const bool isNumber = !digits.empty() && digits.find_first_not_of("0123456789") == std::string::npos;
-    if (address.empty() || !isNumber || parseInteger(digits) > kHighestPort) return std::nullopt;
-    return TcpPlace{address, static_cast<std::uint16_t>(parseInteger(digits))};
-}
-
-std::string checkTcpPlace(const std::string& text) {
-    return parseTcpPlace(text) ? "" : text + " is neither PORT nor ADDRESS:PORT";
-}
-
-std::string checkDuration(const std::string& text) {
-    return parseDuration(text) ? "" : text + " is no time such as 10s, 500ms or 2m";
-}
-
 std::unique_ptr<ByteServer> openServer(const LiveSimulation& choice, SystemError& error) {
     if (choice.pty) return openPtyServer(error);
     const std::optional<TcpPlace> place = parseTcpPlace(choice.tcp);
@@ -67,7 +43,64 @@ void report(const std::string& address, const sim::LiveTotals& totals) {
         number(totals.frames.whole), number(totals.frames.damaged), number(totals.frames.dropped));
 }
 
+std::string indented(std::string_view lines) {
+    std::string text;
+    for (std::size_t end = 0; !lines.empty(); lines.remove_prefix(end))
+        text.append("  ").append(lines.substr(0, end = std::min(lines.find('\n'), lines.size() - 1) + 1));
+    return text;
+}
+
+// The commands of the report one by one, or the refused ones only; then what the receiver is set to.
+void reportCommands(const sim::CommandReport& commands, bool withObeyed) {
+    std::string text;
+    for (const sim::CommandNote& note : commands.notes)
+        if (!note.isObeyed())
+            text += "refused: " + note.command + " (" + note.problem + ")\n";
+        else if (withObeyed)
+            text += "obeyed: " + note.command + '\n';
+    text += "the receiver is set to:" + std::string(commands.state.empty() ? " nothing" : "") + '\n';
+    text += indented(commands.state);
+    std::fputs(text.c_str(), stderr);
+}
+
+void reportTotalOfCommands(const sim::CommandReport& commands) {
+    std::fprintf(stderr, "%llu commands obeyed, %llu refused\n",
+                 static_cast<unsigned long long>(commands.obeyed),
+                 static_cast<unsigned long long>(commands.refused));
+}
+
+// Until the simulator ends or the user does.
+void watch(const sim::LiveSimulator& simulator, bool printState) {
+    const std::atomic<bool>& isStopped = stopRequested();
+    std::uint64_t seen = 0;
+    while (simulator.isRunning() && !isStopped) {
+        systemClock().sleep(20ms);
+        if (!printState) continue;
+        const sim::CommandReport commands = simulator.commands(seen);
+        if (commands.count() != seen) reportCommands(commands, true);
+        seen = commands.count();
+    }
+}
+
 }  // namespace
+
+std::optional<TcpPlace> parseTcpPlace(const std::string& text) {
+    const std::size_t colon = text.rfind(':');
+    const std::string digits = colon == std::string::npos ? text : text.substr(colon + 1);
+    const std::string address = colon == std::string::npos ? "127.0.0.1" : text.substr(0, colon);
+    constexpr long kHighestPort = 65535;
+    const bool isNumber = !digits.empty() && digits.find_first_not_of("0123456789") == std::string::npos;
+    if (address.empty() || !isNumber || parseInteger(digits) > kHighestPort) return std::nullopt;
+    return TcpPlace{address, static_cast<std::uint16_t>(parseInteger(digits))};
+}
+
+std::string checkTcpPlace(const std::string& text) {
+    return parseTcpPlace(text) ? "" : text + " is neither PORT nor ADDRESS:PORT";
+}
+
+std::string checkDuration(const std::string& text) {
+    return parseDuration(text) ? "" : text + " is no time such as 10s, 500ms or 2m";
+}
 
 void addLiveOptions(CLI::App& verb, LiveSimulation& choice) {
     const CLI::Validator duration(checkDuration, "TIME");
@@ -86,6 +119,10 @@ void addLiveOptions(CLI::App& verb, LiveSimulation& choice) {
         verb.add_option("--split", choice.stream.splits, "Writes that an epoch is cut into"),
         verb.add_option("--delay", choice.stream.delayMilliseconds,
                         "Most milliseconds that an epoch is late"),
+        verb.add_flag("--print-state", choice.printState,
+                      "Print each command that arrives, and what the receiver is set to then"),
+        verb.add_flag("--rover", choice.stream.isRover,
+                      "Get float and fixed only by the corrections that arrive"),
     };
     for (CLI::Option* option : options)
         option->group(kLiveGroup);
@@ -102,16 +139,19 @@ int simulateLive(const LiveSimulation& choice) {
         complain(error.message());
         return kFailed;
     }
-    const std::atomic<bool>& isStopped = stopRequested();
+    stopRequested();
     sim::LiveSimulator simulator(choice.stream, std::move(server));
     Output output;
     output.buffer() += simulator.address() + "\n";
     output.flush();
     simulator.start(endOf(choice));
-    while (simulator.isRunning() && !isStopped)
-        systemClock().sleep(20ms);
+    watch(simulator, choice.printState);
     simulator.stop();
     report(simulator.address(), simulator.totals());
+    const sim::CommandReport commands = simulator.commands();
+    if (commands.count() == 0) return kDone;
+    reportTotalOfCommands(commands);
+    reportCommands(commands, false);
     return kDone;
 }
 

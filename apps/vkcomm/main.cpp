@@ -2,11 +2,14 @@
 
 #include "apps/vkcomm/commands.h"
 #include "apps/vkcomm/output.h"
+#include "apps/vkcomm/secret_arguments.h"
 #include "vkcomm/platform/terminal.h"
 
 int main(int argc, char** argv) {
     using namespace vkcomm;
-    ignoreClosedPipes();
+    prepareStandardStreams();
+    argv = utf8Arguments(argv);
+    hideSecrets(argc, argv);
 
     CLI::App app("Talk to GNSS receivers.", "vkcomm");
     app.set_version_flag("--version", VKCOMM_VERSION);
@@ -20,6 +23,13 @@ int main(int argc, char** argv) {
     addMonitor(app, run);
     addRecord(app, run);
     addReplay(app, run);
+    addBase(app, run);
+    addRover(app, run);
+    addConfigure(app, run);
+    addSend(app, run);
+    addAsk(app, run);
+    addRelay(app, run);
+    addSourceTable(app, run);
     addSettings(app, run);
     addAntenna(app, run);
     addBluetooth(app, run);

@@ -7,6 +7,7 @@
 #include "apps/vkcomm/commands.h"
 #include "apps/vkcomm/live_simulation.h"
 #include "apps/vkcomm/output.h"
+#include "apps/vkcomm/simulate_caster.h"
 #include "sim/recording.h"
 
 namespace vkcomm {
@@ -111,9 +112,8 @@ void addSimulate(CLI::App& app, Run& run) {
     std::vector<std::string> families;
     for (const sim::Family& family : sim::families())
         families.emplace_back(family.name);
-    verb->add_option("FAMILY", options->recording.family, "Receiver family")
-        ->required()
-        ->check(CLI::IsMember(families));
+    const CLI::Option* const family = verb->add_option("FAMILY", options->recording.family, "Receiver family")
+                                          ->check(CLI::IsMember(families));
     verb->add_option("-o,--output", options->path, "File to write; - is standard output")->group(kFileGroup);
     verb->add_option("--rate", options->recording.rateHz, "Epochs a second")->capture_default_str();
     verb->add_option("--seed", options->recording.seed, "Another seed, another recording")
@@ -125,8 +125,12 @@ void addSimulate(CLI::App& app, Run& run) {
         ->capture_default_str()
         ->group(kFileGroup);
     addLiveOptions(*verb, options->live);
-    verb->callback(
-        [options, verb, &run] { run = [options, verb] { return simulateFileOrLive(*options, *verb); }; });
+    addSimulateCaster(*verb, run);
+    verb->callback([options, verb, family, &run] {
+        if (!verb->get_subcommands().empty()) return;
+        if (family->count() == 0) throw CLI::RequiredError("FAMILY");
+        run = [options, verb] { return simulateFileOrLive(*options, *verb); };
+    });
 }
 
 }  // namespace vkcomm

@@ -45,10 +45,11 @@ protected:
         return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
     }
 
-    // A line for the shell, in which VKCOMM stands for the command.
+    // A line for the shell, in which VKCOMM stands for the command, and "$VKCOMM" for its path.
     Outcome shell(const std::string& line) {
-        write("script", "cd '" + m_folder.string() + "'\nVKCOMM() { '" VKCOMM_COMMAND "' \"$@\"; }\n{ " +
-                            line + "\n} >out 2>err\n");
+        write("script", "cd '" + m_folder.string() +
+                            "'\nVKCOMM='" VKCOMM_COMMAND "'\nVKCOMM() { \"$VKCOMM\" \"$@\"; }\n{ " + line +
+                            "\n} >out 2>err\n");
         const int status = std::system(("sh '" + (m_folder / "script").string() + "'").c_str());
         // the status a shell ends with stands in the second byte
         return {(status & 0x7F) == 0 ? status >> 8 & 0xFF : -1, bytesOf("out"), bytesOf("err")};

@@ -36,7 +36,9 @@ int CTrimblePort::bOpenPort(MessageTarget* pOwner, unsigned int uPort, unsigned 
 int CTrimblePort::nSendSteps(const CommandSteps& steps) {
     int taken = 0;
     for (const CommandStep& step : steps) {
-        if (WriteToPort(step.bytes.data(), step.bytes.size(), step.delay, step.group, 1) == 0) break;
+        if (WriteToPort(step.bytes.data(), static_cast<unsigned long>(step.bytes.size()), step.delay,
+                        step.group, 1) == 0)
+            break;
         ++taken;
         if (step.drain) bWaitWriteBufferEmpty();
     }
@@ -160,7 +162,7 @@ void CTrimblePort::sendGroup(const std::vector<ByteSpan>& pieces) {
     if (pieces.empty()) return;
     m_group = std::max<std::uint32_t>(m_group + 1, kFirstGroup);
     for (const ByteSpan piece : pieces)
-        AddToPort(piece.data(), piece.size(), kPieceDelay, m_group);
+        AddToPort(piece.data(), static_cast<unsigned long>(piece.size()), kPieceDelay, m_group);
     vSetWriteEvent();
 }
 
@@ -203,7 +205,7 @@ std::wstring CTrimblePort::strGetNum(ByteSpan bytes) {
 }
 
 void CTrimblePort::sendBytes(const Bytes& bytes, int delay) {
-    if (!bytes.empty()) WriteToPort(bytes.data(), bytes.size(), delay, 0, 1);
+    if (!bytes.empty()) WriteToPort(bytes.data(), static_cast<unsigned long>(bytes.size()), delay, 0, 1);
 }
 
 }  // namespace vkcomm

@@ -114,7 +114,9 @@ std::string valueText(const Layout& field, ByteSpan bytes) {
     constexpr double kDegreesPerRadian = 57.29577951308232;
     switch (field.kind) {
     case Kind::kNumber: return numberText(bytes, field.meanings);
-    case Kind::kAngle: return fixedText(loadBe<double>(bytes.data()) * kDegreesPerRadian, 9, " degrees");
+    case Kind::kAngle:
+        return fixedText(loadBe<double>(bytes.data()), 12, " rad, ") +
+               fixedText(loadBe<double>(bytes.data()) * kDegreesPerRadian, 9, " degrees");
     case Kind::kMetres: return fixedText(loadBe<double>(bytes.data()), 4, " m");
     case Kind::kText: return std::string(bytes.begin(), bytes.end());
     case Kind::kBytes: break;

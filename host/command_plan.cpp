@@ -1,0 +1,181 @@
+#include "host/command_plan.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+
+#include "host/record_router.h"
+#include "vkcomm/frames/trimble_commands.h"
+
+namespace vkcomm {
+
+namespace {
+
+constexpr std::string_view kMakerLead = "$$";
+constexpr std::string_view kBoardLetters = "RZ";
+
+bool isMakerFrame(ByteSpan bytes) { return textOf(bytes).starts_with(kMakerLead); }
+
+bool isForBoard(ByteSpan makerFrame) { return textOf(makerFrame).substr(2, 2) == kBoardLetters; }
+
+// The words of a line, in lower case, without the frame's "RZ,S" and Javad's "%id%" in front.
+std::vector<std::string> wordsOf(std::string_view what) {
+    if (what.starts_with("RZ,S")) what.remove_prefix(4);
+    if (what.starts_with('%')) what.remove_prefix(std::min(what.find('%', 1), what.size() - 1) + 1);
+    std::vector<std::string> words(1);
+    for (const char c : what) {
+        if (c == ' ' || c == ',') {
+            if (!words.back().empty()) words.emplace_back();
+        } else {
+            words.back() += static_cast<char>(c >= 'A' && c <= 'Z' ? c + 'a' - 'A' : c);
+        }
+    }
+    return words;
+}
+
+struct ResetRow {
+    Dialect dialect;
+    std::string_view first;
+    std::string_view second = {};  // empty: any
+};
+
+constexpr ResetRow kResets[] = {
+    {Dialect::kNovatel, "freset"},         {Dialect::kJavad, "init"},
+    {Dialect::kThales, "$pashs", "ini"},   {Dialect::kThales, "$pashs", "rst"},
+    {Dialect::kCsi, "$jreset"},
+};
+
+bool isResetText(const CommandTarget& target, const std::string& what) {
+    const auto words = wordsOf(what);
+    return std::ranges::any_of(kResets, [&](const ResetRow& row) {
+        return row.dialect == target.dialect && words[0] == row.first &&
+               (row.second.empty() || (words.size() > 1 && words[1] == row.second));
+    });
+}
+
+constexpr std::size_t kTrimbleTypeAt = 2, kTrimbleDataAt = 4;
+constexpr std::size_t kFactoryFlagAt = kTrimbleDataAt + 6;
+constexpr unsigned char kTrimbleReset = 0x58;
+
+bool isResetPacket(const CommandTarget& target, const Bytes& bytes) {
+    if (target.dialect != Dialect::kTrimble || bytes.size() <= kTrimbleTypeAt) return false;
+    const unsigned char type = bytes[kTrimbleTypeAt];
+    return type == kTrimbleReset ||
+           (type == kApplicationFile && bytes.size() > kFactoryFlagAt && bytes[kFactoryFlagAt] != 0);
+}
+
+// Questions of the Trimble protocol and the packets that answer them.
+struct TrimbleReply {
+    unsigned char question;
+    unsigned char answer;
+};
+
+constexpr TrimbleReply kTrimbleReplies[] = {{0x06, 0x07}, {0x08, 0x09}, {0x4A, 0x4B}, {0x54, 0x55},
+                                            {0x56, 0x57}, {0x49, 0x6E}, {0x65, 0x64}, {0x66, 0x67}};
+
+std::optional<MessageKind> trimbleRecord(const Bytes& packet) {
+    if (packet.size() <= kTrimbleTypeAt) return std::nullopt;
+    for (const TrimbleReply& row : kTrimbleReplies)
+        if (row.question == packet[kTrimbleTypeAt]) return MessageKind{LOG_TRIMBLE_PACKET, row.answer};
+    return std::nullopt;
+}
+
+// A message without data asks for the message of its number.
+std::optional<MessageKind> cmcRecord(const Bytes& message) {
+    constexpr std::size_t kLengthAt = 3;
+    if (message.size() <= kLengthAt || message[kLengthAt] != 0) return std::nullopt;
+    return MessageKind{LOG_CMC_BINARY, message[1] & 0x7FU};
+}
+
+// "log com1 versionb once"
+std::optional<MessageKind> novatelRecord(const std::string& what) {
+    const auto words = wordsOf(what);
+    if (words.size() < 3 || words.front() != "log" || words.back() != "once") return std::nullopt;
+    std::string name = words[words.size() - 2];
+    std::ranges::transform(name, name.begin(),
+                           [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c + 'A' - 'a' : c); });
+    if (!name.ends_with('A') && !name.ends_with('B')) return std::nullopt;
+    name.back() = 'A';
+    const unsigned id = oem4AsciiId("#" + name + ",");
+    return id == 0 ? std::nullopt : std::optional(MessageKind{LOG_OEM4_BINARY, id});
+}
+
+// "$PASHQ,RID" is answered by "$PASHR,RID".
+std::optional<MessageKind> thalesRecord(std::string what) {
+    constexpr std::string_view kQuestion = "$PASHQ,";
+    if (!what.starts_with(kQuestion)) return std::nullopt;
+    what[kQuestion.size() - 2] = 'R';
+    const RecordKind kind = dollarKind(what);
+    return kind.type == LOG_NONE ? std::nullopt : std::optional(MessageKind{kind.type, kind.id});
+}
+
+std::optional<MessageKind> recordAsked(const CommandTarget& target, const Command& command) {
+    switch (target.dialect) {
+    case Dialect::kTrimble: return trimbleRecord(command.boardBytes());
+    case Dialect::kCmc: return cmcRecord(command.boardBytes());
+    case Dialect::kNovatel: return novatelRecord(command.what);
+    case Dialect::kThales: return thalesRecord(command.what);
+    default: return std::nullopt;
+    }
+}
+
+bool mayStaySilent(const CommandTarget& target, const Command& command) {
+    const Bytes& first = command.steps.front().bytes;
+    switch (target.dialect) {
+    case Dialect::kMaker: return true;
+    case Dialect::kThales: return command.what.starts_with("$PASHQ") && !command.record;
+    case Dialect::kJavad: return !command.what.starts_with('%');  // then only errors are answered
+    default: return isMakerFrame(first) && !isForBoard(first);
+    }
+}
+
+Expectation expectationOf(const CommandTarget& target, const Command& command) {
+    if (target.dialect == Dialect::kNmea || target.dialect == Dialect::kTsip) return Expectation::kNothing;
+    if (mayStaySilent(target, command)) return Expectation::kPerhaps;
+    return command.record ? Expectation::kRecord : Expectation::kVerdict;
+}
+
+Command commandOf(const CommandTarget& target, CommandSteps steps) {
+    Command command{steps.front().what, std::move(steps)};
+    command.record = recordAsked(target, command);
+    command.expects = expectationOf(target, command);
+    command.moreAnswers = target.dialect == Dialect::kCsi && wordsOf(command.what).front() == "$jshow";
+    command.resets = command.steps.front().factoryReset || isResetText(target, command.what) ||
+                     isResetPacket(target, command.boardBytes());
+    return command;
+}
+
+}  // namespace
+
+std::size_t Command::size() const {
+    std::size_t size = 0;
+    for (const CommandStep& step : steps)
+        size += step.bytes.size();
+    return size;
+}
+
+Bytes Command::boardBytes() const {
+    Bytes bytes;
+    for (const CommandStep& step : steps) {
+        const ByteSpan board = isMakerFrame(step.bytes) ? makerPayload(step.bytes) : ByteSpan(step.bytes);
+        bytes.insert(bytes.end(), board.begin(), board.end());
+    }
+    return bytes;
+}
+
+CommandPlan planOf(const CommandTarget& target, CommandSteps steps) {
+    CommandPlan plan;
+    CommandSteps together;
+    for (CommandStep& step : steps) {
+        together.push_back(std::move(step));
+        if (together.back().drain) continue;  // the next frame is of the same packet
+        plan.push_back(commandOf(target, std::move(together)));
+        together.clear();
+    }
+    std::ranges::stable_partition(plan, &Command::resets);
+    return plan;
+}
+
+bool resetsReceiver(const CommandPlan& plan) { return std::ranges::any_of(plan, &Command::resets); }
+
+}  // namespace vkcomm
