@@ -48,21 +48,32 @@ public:
     bool moveOn(Milliseconds now) {
         if (m_over || now - m_since < time()) return false;
         m_since = now;
-        m_wasFound = false;
         advance();
         return true;
     }
 
+    // What so many rounds over all rates take.
+    static constexpr Milliseconds timeOfRounds(int rounds) {
+        Milliseconds sum{};
+        for (int round = 0; round < rounds; ++round)
+            sum += timeInRound(round) * static_cast<int>(kRates.size());
+        return sum;
+    }
+
 private:
+    static constexpr Milliseconds timeInRound(int round) {
+        return std::min(kTimePerRate + round * kMoreEachRound, kLongestTime);
+    }
+
     Milliseconds time() const {
         if (m_wasFound) return kTimeOfFoundRate;
-        const auto round = static_cast<int>(m_tried / kRates.size());
-        return std::min(kTimePerRate + round * kMoreEachRound, kLongestTime);
+        return timeInRound(static_cast<int>(m_tried / kRates.size()));
     }
 
     void advance() {
         m_rate = (m_rate + 1) % kRates.size();
         ++m_tried;
+        m_wasFound = false;
     }
 
     std::size_t m_rate = 0;

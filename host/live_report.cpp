@@ -119,7 +119,7 @@ std::string LiveReport::screen(ReceiverSession& session, std::chrono::millisecon
     std::string text = session.url().text + "   ";
     text += family ? std::string(family->name) : "family not known yet";
     if (const auto rate = session.rate()) appendFormat(text, "   %u bit/s", *rate);
-    text += session.isOpen() ? "   open   " : "   LOST   ";
+    text += session.isOpen() ? "   open   " : "   closed   ";
     text += durationText(now - m_start) + "\n\n";
 
     text += "Time       " + timeText(snapshot.time);

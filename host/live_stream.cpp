@@ -14,9 +14,16 @@ constexpr auto kLongestLook = 3000ms;
 constexpr std::size_t kEnoughSentences = 2048;
 constexpr auto kEnoughTime = 1500ms;
 constexpr auto kBetweenLooks = 100ms;  // where nothing else asks for one
-constexpr std::uint64_t kEnoughInDoubt = 2;  // records: one may be noise that a wrong rate makes
 constexpr std::size_t kLookedAgain = 4096;
 constexpr std::size_t kLongestFrame = 8192;
+
+// "all" is no family but a mask; the family is guessed beside it.
+LiveChoice withoutAll(LiveChoice choice) {
+    if (!choice.family || choice.family->name != "all") return choice;
+    if (!choice.mask) choice.mask = choice.family->decodeMask;
+    choice.family = nullptr;
+    return choice;
+}
 
 DecoderCounters sum(DecoderCounters left, const DecoderCounters& right) {
     left.received += right.received;
@@ -32,7 +39,7 @@ DecoderCounters sum(DecoderCounters left, const DecoderCounters& right) {
 }  // namespace
 
 LiveStream::LiveStream(const LiveChoice& choice, Clock& clock)
-    : m_choice(choice), m_clock(clock), m_family(choice.family) {
+    : m_choice(withoutAll(choice)), m_clock(clock), m_family(m_choice.family) {
     m_decoder.vSetClock(m_unhurried);
 }
 
@@ -58,6 +65,7 @@ void LiveStream::look() {
     if (!m_lookingSince) m_lookingSince = m_lastLook;
     m_lookedAt = m_pending.size();
     const StreamCensus census(m_pending);
+    m_proven = census.isProof();
     m_recognised = isSure(census);
     if (m_recognised) return begin(census);
     if (m_doubtful) {
@@ -73,7 +81,7 @@ void LiveStream::look() {
 
 bool LiveStream::isSure(const StreamCensus& census) const {
     if (m_choice.family && !StreamCensus::canTell(*m_choice.family)) return true;
-    if (!census.guess() || (m_doubtful && census.records() < kEnoughInDoubt)) return false;
+    if (!census.guess() || (m_doubtful && !census.isProof())) return false;
     // Receivers of every family may send sentences too, and send them first.
     return census.guess()->name != "nmea" || m_choice.family || m_pending.size() >= kEnoughSentences ||
            m_clock.now() - *m_lookingSince >= kEnoughTime;
@@ -81,7 +89,6 @@ bool LiveStream::isSure(const StreamCensus& census) const {
 
 void LiveStream::begin(const StreamCensus& census) {
     if (!m_choice.family) m_family = census.guess();
-    if (m_family) m_router.setReceiver(census.positionsFrom(*m_family));
     makeReader();
 }
 
@@ -103,8 +110,7 @@ void LiveStream::lookAgain(ByteSpan bytes) {
     m_family = census.guess();
     m_recognised = true;
     m_looked.clear();
-    m_router.setReceiver(census.positionsFrom(*m_family));
-    if (m_family->name != "javad") return;  // the others have one reader
+    if (m_family->name != "javad") return;  // the reader there is finds the others' frames
     dropReader();
     makeReader();
 }
@@ -123,23 +129,33 @@ std::optional<RoutedRecord> LiveStream::routed(const std::optional<RecordView>& 
     if (!record) return std::nullopt;
     m_leadSince.reset();
     m_leadIsStale = false;
-    const RoutedRecord routed = m_router.route(*record);
-    if (!m_choice.family) preferBinary(routed);
+    return chosen(m_router.route(*record));
+}
+
+std::optional<RoutedRecord> LiveStream::chosen(const std::optional<RoutedRecord>& routed) {
+    if (routed) choosePositions(*routed);
     return routed;
 }
 
-// Positions of a receiver's own records outrank those of its sentences.
-void LiveStream::preferBinary(const RoutedRecord& routed) {
-    const bool isSentences = m_family == nullptr || m_family->name == "nmea";
-    if (!isSentences || !routed.parser || routed.use != RecordUse::kPosition) return;
+// The records tell whose positions count: those of a receiver's own records, of a maker's receiver those of the
+// board inside, outrank those of its sentences.
+void LiveStream::choosePositions(const RoutedRecord& routed) {
+    if (!routed.parser || (routed.use != RecordUse::kPosition && routed.use != RecordUse::kNoFix)) return;
     const std::string_view name = m_router.familyOf(*routed.parser);
-    m_family = findFamily(name);
+    const bool isSentence = name == "nmea";
+    const bool isCarried = routed.record.source == RecordSource::kCarried;
+    const bool mayCount = !m_choice.family || isSentence || isCarried || name == m_choice.family->name;
+    const int rank = isSentence ? 1 : 2;
+    if (!mayCount || rank <= m_positionRank) return;
+    m_positionRank = rank;
     m_router.setReceiver(name);
+    if (!m_choice.family && (!m_family || m_family->name == "nmea"))
+        m_family = findFamily(isCarried ? "maker" : name);
 }
 
 std::optional<RoutedRecord> LiveStream::next() {
     if (!m_reader) return std::nullopt;
-    if (auto carried = m_router.nextCarried()) return carried;
+    if (auto carried = chosen(m_router.nextCarried())) return carried;
     do {
         if (auto record = routed(m_reader->next())) return record;
     } while (feedReader() || giveUpStaleLead());
@@ -149,12 +165,13 @@ std::optional<RoutedRecord> LiveStream::next() {
 std::optional<RoutedRecord> LiveStream::nextAtEnd() {
     m_paused = true;
     if (!m_reader) {
-        if (m_pending.empty()) return std::nullopt;
-        begin(StreamCensus(m_pending));
+        const StreamCensus census(m_pending);
+        if (m_pending.empty() || (m_doubtful && !census.isProof())) return std::nullopt;
+        begin(census);
     }
     if (auto record = next()) return record;
     if (auto record = routed(m_reader->nextAtEnd())) return record;
-    return m_router.nextCarriedAtEnd();
+    return chosen(m_router.nextCarriedAtEnd());
 }
 
 void LiveStream::watchLead() {
@@ -198,6 +215,8 @@ void LiveStream::restart() {
     m_looked.clear();
     m_lookingSince.reset();
     m_lookedAt = 0;
+    m_positionRank = 0;
+    m_proven = false;
     m_recognised = false;
     m_family = m_choice.family;
 }

@@ -52,7 +52,10 @@ public:
     // Drops what is held and recognises anew what comes; counters go on.
     void restart();
 
-    // True once records of a known family have come.
+    // True once records have come that a wrong rate cannot make.
+    bool isProven() const { return m_proven; }
+
+    // True once the family is known: a little later, as receivers of every family may send sentences first.
     bool isRecognised() const { return m_recognised; }
 
     // Given or recognised; null while neither.
@@ -73,7 +76,8 @@ private:
     void dropReader();
     bool feedReader();
     std::optional<RoutedRecord> routed(const std::optional<RecordView>& record);
-    void preferBinary(const RoutedRecord& routed);
+    std::optional<RoutedRecord> chosen(const std::optional<RoutedRecord>& routed);
+    void choosePositions(const RoutedRecord& routed);
     void watchLead();
     std::chrono::milliseconds lineTime() const;
     bool giveUpStaleLead();
@@ -94,6 +98,8 @@ private:
     std::optional<std::chrono::milliseconds> m_leadSince;
     std::size_t m_fedSinceLead = 0;  // bytes
     bool m_leadIsStale = false;
+    int m_positionRank = 0;  // of the parser whose positions count; 0: none has given one
+    bool m_proven = false;
     bool m_recognised = false;
     bool m_doubtful = false;
     bool m_paused = false;

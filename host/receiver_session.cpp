@@ -15,7 +15,8 @@ namespace {
 // A wait that finds nothing for this long counts as a pause of the stream.
 constexpr auto kPause = 50ms;
 // Bytes per second of a replay whose address names no speed: about what a receiver at 57600 bit/s sends.
-constexpr int kUsualReplaySpeed = 5000;
+constexpr unsigned int kUsualReplaySpeed = 5000;
+constexpr unsigned int kBitsPerByte = 10;
 // A device that reports two errors in a row, without a byte in between, has gone.
 constexpr unsigned int kErrorsOfALoss = 2;
 
@@ -38,9 +39,11 @@ ReceiverSession::ReceiverSession(const PortUrl& url, const SessionOptions& optio
 ReceiverSession::~ReceiverSession() { close(); }
 
 bool ReceiverSession::open(std::string& error) {
-    close();
+    closePort();
     m_isOver = false;
     m_isFileDone = false;
+    m_stream.restart();
+    m_familyTold = m_options.stream.family != nullptr;
     error = whyNotToOpen();
     if (!error.empty()) return false;
     if (openPort()) {
@@ -48,6 +51,8 @@ bool ReceiverSession::open(std::string& error) {
         return true;
     }
     error = m_url.text + ": " + m_port->LastError().message();
+    if (m_url.baud && m_port->nOpenError() == 0 && m_port->bIsValid())
+        error += "; it may not take " + std::to_string(*m_url.baud) + " bit/s";
     m_port->vClosePort();
     return false;
 }
@@ -63,16 +68,29 @@ std::string ReceiverSession::whyNotToOpen() const {
 }
 
 void ReceiverSession::close() {
+    closePort();
+    m_isOver = true;
+}
+
+void ReceiverSession::closePort() {
     m_port->vClosePort();
     m_isOpen = false;
+}
+
+void ReceiverSession::finish(const SessionSteps& steps) {
+    close();
+    takeBytes(steps);
+    giveRecords(steps);
+    while (const auto record = m_stream.nextAtEnd())
+        steps.record(*record);
 }
 
 int ReceiverSession::openPort() {
     m_readErrors = 0;
     m_hunt.begin(m_clock.now());
     m_stream.setDoubtful(isHunting());
-    m_stream.setRate(rate());
-    if (m_url.kind == UrlKind::kFile) return openFile();
+    m_stream.setRate(isFile() ? kBitsPerByte * speed() : rate());
+    if (isFile()) return openFile();
     if (m_url.kind == UrlKind::kBluetooth)
         return m_port->InitBTPort(&m_messages, m_url.address.data()) && m_port->StartMonitoring();
     const std::string place = m_url.kind == UrlKind::kTcp
@@ -101,9 +119,14 @@ void ReceiverSession::tryNextRate() {
     m_lineRate = m_hunt.rate();
 }
 
+// Bytes per second of a played file.
+unsigned int ReceiverSession::speed() const {
+    return m_url.speed ? static_cast<unsigned int>(*m_url.speed) : kUsualReplaySpeed;
+}
+
 int ReceiverSession::openFile() {
     m_port->SetVirtualPortFile(toWide(m_url.target));
-    m_port->SetVirtualPortSpeed(m_url.speed.value_or(kUsualReplaySpeed));
+    m_port->SetVirtualPortSpeed(static_cast<int>(speed()));
     m_port->EnableVirtualPort(true);
     return m_port->bOpenPort(&m_messages, 0, 0);
 }
@@ -121,7 +144,7 @@ bool ReceiverSession::pump(std::chrono::milliseconds time, const SessionSteps& s
         return true;
     }
     // Before the messages: what was received until the reader ended is then read below.
-    const bool fileOver = m_url.kind == UrlKind::kFile && m_port->bReaderEnded();
+    const bool fileOver = isFile() && m_port->bReaderEnded();
     auto message = m_messages.wait(fileOver ? 0ms : std::min(time, Milliseconds(kPause)), m_clock);
     for (; message; message = m_messages.fetch())
         handle(*message, steps);
@@ -135,10 +158,8 @@ bool ReceiverSession::pump(std::chrono::milliseconds time, const SessionSteps& s
 }
 
 void ReceiverSession::endFile(const SessionSteps& steps) {
-    while (const auto record = m_stream.nextAtEnd())
-        steps.record(*record);
     const SystemError error = m_port->LastError();
-    m_isOver = true;
+    finish(steps);
     m_isFileDone = !error;
     if (error)
         tell(steps, SessionNotice::kLost, m_url.target + ": " + error.message());
@@ -179,7 +200,7 @@ void ReceiverSession::takeBytes(const SessionSteps& steps) {
 }
 
 void ReceiverSession::giveRecords(const SessionSteps& steps) {
-    if (m_stream.isRecognised() && isHunting()) {
+    if (m_stream.isProven() && isHunting()) {
         m_hunt.found();
         m_stream.setDoubtful(false);
         m_stream.setRate(m_hunt.rate());
@@ -207,10 +228,7 @@ void ReceiverSession::keepHouse(const SessionSteps& steps) {
 }
 
 void ReceiverSession::lose(const std::string& why, const SessionSteps& steps) {
-    takeBytes(steps);
-    while (const auto record = m_stream.nextAtEnd())
-        steps.record(*record);
-    close();
+    finish(steps);
     tell(steps, SessionNotice::kLost, m_url.text + (why.empty() ? " has gone" : ": " + why));
     m_isOver = !m_options.reopen;
     waitToRetry();
@@ -218,8 +236,6 @@ void ReceiverSession::lose(const std::string& why, const SessionSteps& steps) {
 
 void ReceiverSession::openAgain(const SessionSteps& steps) {
     std::string error;
-    m_stream.restart();
-    m_familyTold = m_options.stream.family != nullptr;
     if (open(error)) {
         ++m_reopened;
         tell(steps, SessionNotice::kOpened, m_url.text + " is open again");

@@ -63,9 +63,13 @@ public:
     ReceiverSession(const PortUrl& url, const SessionOptions& options);
     ~ReceiverSession();
 
-    // False when the port cannot be opened; error then says why, and what helps where that is known.
+    // False when the port cannot be opened; error then says why, and what helps where that is known. Pumping tries
+    // again all the same.
     bool open(std::string& error);
+    // Closes. Pumping is over until the next open.
     void close();
+    // Closes and hands on what has come until then, also what was held as not whole or not recognised yet.
+    void finish(const SessionSteps& steps);
 
     // Waits at most that long for something to happen and handles it. False when nothing more will come: the
     // file is over, or the device is lost and is not to be opened again. Call it again and again.
@@ -93,10 +97,13 @@ private:
 
     bool isLine() const { return m_url.kind == UrlKind::kSerial || m_url.kind == UrlKind::kCom; }
 
+    bool isFile() const { return m_url.kind == UrlKind::kFile; }
+
     bool isHunting() const { return isLine() && !m_url.baud && !m_hunt.isOver(); }
 
     std::string whyNotToOpen() const;
     int openPort();
+    unsigned int speed() const;
     int openFile();
     int openLine(unsigned int number);
     void tryNextRate();
@@ -106,6 +113,7 @@ private:
     void takeBytes(const SessionSteps& steps);
     void giveRecords(const SessionSteps& steps);
     void keepHouse(const SessionSteps& steps);
+    void closePort();
     void waitToRetry();
     void lose(const std::string& why, const SessionSteps& steps);
     void tell(const SessionSteps& steps, SessionNotice notice, const std::string& text) const;

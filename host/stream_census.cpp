@@ -77,13 +77,10 @@ const ReceiverFamily* StreamCensus::guess() const {
     return most == 0 ? nullptr : findFamily(kCounted[best]);
 }
 
-std::uint64_t StreamCensus::records() const {
+bool StreamCensus::isProof() const {
     const ReceiverFamily* const family = guess();
-    return family ? m_counts[indexOf(family->name)].records : 0;
-}
-
-bool StreamCensus::canTell(const ReceiverFamily& family) {
-    return family.name == "all" || indexOf(family.name) < kFamilies;
+    if (!family) return false;
+    return family->name == "oem4" || m_counts[indexOf(family->name)].records >= 2;
 }
 
 std::string_view StreamCensus::positionsFrom(const ReceiverFamily& family) const {

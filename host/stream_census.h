@@ -23,11 +23,12 @@ public:
     // sentences too, so ten sentences weigh as much as one record of another family.
     const ReceiverFamily* guess() const;
 
-    // How many of the records are of the family that guess gives.
-    std::uint64_t records() const;
+    // True when the guess cannot come from noise that a wrong rate makes: two records, or one with a check of 32
+    // bits.
+    bool isProof() const;
 
     // False for the families whose frames carry no check: they cannot be told from noise.
-    static bool canTell(const ReceiverFamily& family);
+    static bool canTell(const ReceiverFamily& family) { return (family.decodeMask & kCheckedFrames) != 0; }
 
     // Whose positions to take when family is in use: its own; of the maker's receivers those of the board
     // inside; those of NMEA sentences when that is all there is.

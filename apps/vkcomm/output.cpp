@@ -65,11 +65,15 @@ Progress::~Progress() {
 }
 
 void Progress::at(std::uint64_t bytes) {
-    if (!m_watched || systemClock().now() < m_next) return;
-    m_next += kEverySecond;
+    const auto now = systemClock().now();
+    if (!m_watched || now < m_next) return;
+    const auto elapsed = now - m_next + kEverySecond;
+    const double perSecond =
+        1000.0 * static_cast<double>(bytes - m_last) / static_cast<double>(elapsed.count());
+    m_next = now + kEverySecond;
     m_shown = true;
     std::string line("\r" + m_what + ": " + sizeText(static_cast<double>(bytes)) + ", " +
-                     sizeText(static_cast<double>(bytes - m_last)) + "/s");
+                     sizeText(perSecond) + "/s");
     m_last = bytes;
     if (m_total && *m_total > 0)
         appendFormat(line, " (%.0f %%)", 100.0 * static_cast<double>(bytes) / static_cast<double>(*m_total));

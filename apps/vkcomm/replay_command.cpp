@@ -55,8 +55,65 @@ int replayHere(Options options) {
                : kFailed;
 }
 
-// Bytes nobody takes would be lost on a wire; a replay waits instead until a program has opened the other end.
-int replayOnPty(const Options& options, std::size_t bytesPerSecond) {
+// Bytes nobody takes would be lost on a wire; a replay waits instead, and its time stands still, while no program
+// has opened the other end.
+class PtyReplay {
+public:
+    PtyReplay(ByteSource& source, ByteServer& server, std::uint64_t bytesPerSecond)
+        : m_source(source), m_server(server), m_speed(bytesPerSecond), m_block(kLargestWrite) {}
+
+    void run() {
+        while (!stopRequested() && step()) {
+        }
+    }
+
+private:
+    using Milliseconds = std::chrono::milliseconds;
+
+    // False at the end of the file.
+    bool step() {
+        Clock& clock = systemClock();
+        if (m_server.clients() == 0) {
+            m_isAttached = false;
+            clock.sleep(kTick);
+            return true;
+        }
+        if (!m_isAttached) {
+            clock.sleep(kSettling);
+            m_start = clock.now() - m_played;
+            m_isAttached = true;
+        }
+        m_played = clock.now() - m_start;
+        return write();
+    }
+
+    bool write() {
+        const std::uint64_t due = static_cast<std::uint64_t>(m_played.count()) * m_speed / 1000 + 1;
+        if (m_waiting.empty() && m_sent < due) {
+            const auto wanted =
+                static_cast<std::size_t>(std::min<std::uint64_t>(due - m_sent, kLargestWrite));
+            m_waiting = ByteSpan(m_block).first(m_source.read(std::span(m_block).first(wanted)));
+            if (m_waiting.empty()) return false;
+        }
+        const std::size_t taken = m_waiting.size() - m_server.write(m_waiting);
+        m_waiting = m_waiting.subspan(taken);
+        m_sent += taken;
+        if (taken == 0) systemClock().sleep(kTick);
+        return true;
+    }
+
+    ByteSource& m_source;
+    ByteServer& m_server;
+    const std::uint64_t m_speed;  // bytes per second
+    std::vector<unsigned char> m_block;
+    ByteSpan m_waiting;  // of the block: not taken yet
+    std::uint64_t m_sent = 0;
+    Milliseconds m_start{};
+    Milliseconds m_played{};
+    bool m_isAttached = false;
+};
+
+int replayOnPty(const Options& options, std::uint64_t bytesPerSecond) {
     std::string problem;
     const auto source = ByteSource::open(options.file, problem);
     SystemError error;
@@ -69,33 +126,8 @@ int replayOnPty(const Options& options, std::size_t bytesPerSecond) {
     output.buffer() += server->address() + "\n";
     output.flush();
 
-    Clock& clock = systemClock();
-    while (server->clients() == 0 && !stopRequested())
-        clock.sleep(kTick);
-    clock.sleep(kSettling);
-    const auto start = clock.now();
-    std::vector<unsigned char> block(kLargestWrite);
-    ByteSpan waiting;  // of block: not taken yet
-    for (std::size_t sent = 0; !stopRequested();) {
-        const auto elapsed = static_cast<std::size_t>((clock.now() - start).count());
-        const std::size_t due = elapsed * bytesPerSecond / 1000 + 1;
-        if (waiting.empty() && sent >= due) {
-            clock.sleep(kTick);
-            continue;
-        }
-        if (waiting.empty()) {
-            const std::size_t wanted = std::min(due - sent, kLargestWrite);
-            waiting = ByteSpan(block).first(source->read(std::span(block).first(wanted)));
-        }
-        if (waiting.empty()) break;
-        if (server->clients() > 0) {
-            const std::size_t taken = waiting.size() - server->write(waiting);
-            waiting = waiting.subspan(taken);
-            sent += taken;
-        }
-        if (!waiting.empty()) clock.sleep(kTick);
-    }
-    clock.sleep(1s);  // let the reader take the rest before its device goes away
+    PtyReplay(*source, *server, bytesPerSecond).run();
+    systemClock().sleep(1s);  // let the reader take the rest before its device goes away
     if (!source->error().empty()) complain(source->error());
     return source->error().empty() ? kDone : kFailed;
 }
@@ -107,7 +139,7 @@ int replay(const Options& options) {
         complain("--speed must be a number of bytes a second, or max");
         return kWrongUsage;
     }
-    return options.pty ? replayOnPty(options, static_cast<std::size_t>(*url->speed)) : replayHere(options);
+    return options.pty ? replayOnPty(options, static_cast<std::uint64_t>(*url->speed)) : replayHere(options);
 }
 
 }  // namespace

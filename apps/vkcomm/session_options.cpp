@@ -33,13 +33,14 @@ std::string checkFamily(const std::string& name) {
 constexpr std::pair<std::string_view, std::string_view> kAliases[] = {{"novatel", "oem4"},
                                                                       {"hemisphere", "csi"}};
 
-std::unique_ptr<sim::LiveSimulator> startSimulator(const PortUrl& url, std::string& error) {
+std::unique_ptr<sim::LiveSimulator> startSimulator(const PortUrl& url, bool isRover, std::string& error) {
     sim::LiveOptions options;
     options.family = url.target;
     for (const auto& [alias, family] : kAliases)
         if (url.target == alias) options.family = family;
     options.rateHz = url.rateHz;
     options.seed = url.seed;
+    options.isRover = isRover;
     error = sim::problemWith(options);
     if (!error.empty()) {
         error = url.text + ": " + error;
@@ -94,7 +95,8 @@ OpenedSession openSession(const SessionChoice& choice, CommDevices* devices) {
     OpenedSession opened;
     std::string error;
     auto url = parsePortUrl(choice.url, error);
-    if (url && url->kind == UrlKind::kSimulated) opened.simulator = startSimulator(*url, error);
+    if (url && url->kind == UrlKind::kSimulated)
+        opened.simulator = startSimulator(*url, choice.simulatesRover, error);
     if (!url || (url->kind == UrlKind::kSimulated && !opened.simulator)) {
         complain(error);
         opened.status = kWrongUsage;
@@ -121,7 +123,11 @@ bool pumpSession(ReceiverSession& session, const SessionChoice& choice, const Se
     const auto limit = parseDuration(choice.runFor);
     for (;;) {
         const auto now = clock.now();
-        if (stopRequested() || (limit && now - start >= *limit)) return true;
+        if (stopRequested() || (limit && now - start >= *limit)) {
+            session.finish(steps);
+            each(clock.now());
+            return true;
+        }
         const auto step = limit ? std::min<std::chrono::milliseconds>(kStep, *limit - (now - start)) : kStep;
         if (!session.pump(step, steps)) return session.isFileDone();
         each(clock.now());

@@ -129,11 +129,13 @@ void PortSession::close() {
 
 // False when another has begun, and is done unless it waits for this very thread.
 bool PortSession::beginClosing() {
+    bool isPosting = false;
     {
         const std::scoped_lock lock(m_lock);
         if (!std::exchange(m_isClosing, true)) return true;
+        isPosting = std::ranges::find(m_posting, std::this_thread::get_id()) != m_posting.end();
     }
-    if (!isOwnThread()) m_closed.wait();
+    if (!isPosting && !isOwnThread()) m_closed.wait();
     return false;
 }
 

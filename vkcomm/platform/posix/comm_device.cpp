@@ -1,5 +1,6 @@
 #include "vkcomm/platform/comm_device.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -108,6 +109,7 @@ private:
     std::shared_ptr<Descriptor> m_descriptor;  // null before open and after close
     int m_uses = 0;
     std::uint32_t m_mask = 0;
+    std::uint32_t m_queueIn = 0;  // 0: of any size
     CommTimeouts m_timeouts{CommTimeouts::kReturnAtOnce, 0, 0, 10, 1000};
     SystemError m_lastError;
 };
@@ -230,8 +232,12 @@ bool PosixCommDevice::setEventMask(std::uint32_t mask) {
     return true;
 }
 
-// The queues are the system's own.
-bool PosixCommDevice::setQueueSizes(std::uint32_t /*in*/, std::uint32_t /*out*/) { return true; }
+// The queues are the system's own, which may hold more: what goes beyond the size is told only later.
+bool PosixCommDevice::setQueueSizes(std::uint32_t in, std::uint32_t /*out*/) {
+    const std::scoped_lock lock(m_lock);
+    m_queueIn = in;
+    return true;
+}
 
 bool PosixCommDevice::getState(CommState& state) {
     return onLine("read the settings of", [&](int fd) { return m_line->getState(fd, state); });
@@ -276,6 +282,8 @@ bool PosixCommDevice::bytesQueued(std::uint32_t& count) {
     return onLine("ask for the bytes of", [&](int fd) {
         count = queuedIn(fd);
         if (count == 0 && pollFor(std::array{pollfd{fd, POLLIN, 0}}, 0ms)[0] != 0) count = 1;
+        const std::scoped_lock lock(m_lock);
+        if (m_queueIn > 0) count = std::min(count, m_queueIn);
         return 0;
     });
 }

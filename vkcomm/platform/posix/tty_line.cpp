@@ -205,7 +205,11 @@ public:
     std::ptrdiff_t write(int fd, ByteSpan bytes) override { return ::write(fd, bytes.data(), bytes.size()); }
 
     // A driver that is held up by its peer keeps close waiting for half a minute unless nothing is left to send.
-    void prepareClose(int fd) override { static_cast<void>(::tcflush(fd, TCIOFLUSH)); }
+    // A line stays exclusive as long as anybody has it open, and would be refused to the next opening.
+    void prepareClose(int fd) override {
+        static_cast<void>(::tcflush(fd, TCIOFLUSH));
+        static_cast<void>(::ioctl(fd, TIOCNXCL));
+    }
 
 private:
     const std::string m_path;
