@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -44,6 +45,8 @@ public:
     std::deque<WriteStep> writes;                                 // then all are whole
     std::set<std::string> failing;                                // names of calls
     std::map<std::uint32_t, std::deque<std::uint32_t>> outcomes;  // of control, by code; then 0
+    std::function<bool(const CommState&)> accepts;                // settings; empty: all
+    std::function<Pass(const CommState&)> source;  // goes on when the passes are used up, at these settings
     int openNumber = 0;
     CommState driver{.BaudRate = 4800, .fOutX = 1, .ByteSize = 7, .Parity = 2, .StopBits = 2};
 
@@ -78,9 +81,14 @@ public:
     }
 
     bool setState(const CommState& s) override {
-        driver = s;
-        return note("setState", s.BaudRate, int{s.ByteSize}, int{s.Parity}, int{s.StopBits}, s.fBinary,
-                    s.fDtrControl, s.fRtsControl, s.fTXContinueOnXoff, s.fInX, s.fOutX);
+        const bool isAccepted = !accepts || accepts(s);
+        change([&] {
+            if (isAccepted) driver = s;
+        });
+        const bool isDone =
+            note("setState", s.BaudRate, int{s.ByteSize}, int{s.Parity}, int{s.StopBits}, s.fBinary,
+                 s.fDtrControl, s.fRtsControl, s.fTXContinueOnXoff, s.fInX, s.fOutX);
+        return isDone && isAccepted;
     }
 
     bool purge(std::uint32_t flags) override { return note("purge", flags); }
@@ -210,9 +218,13 @@ private:
     bool nextPass(std::uint32_t& events) {
         std::unique_lock lock(m_lock);
         m_pass = {0, {}, {}, false};
-        if (!passes.empty()) m_pass = passes.front();
-        const bool isOver = passes.empty();
-        if (!isOver) passes.pop_front();
+        const bool isOver = passes.empty() && !source;
+        if (!passes.empty()) {
+            m_pass = passes.front();
+            passes.pop_front();
+        } else if (source) {
+            m_pass = source(driver);
+        }
         if (m_pass.isBlock && m_pass.bytes.empty()) awaitRelease(lock);
         events = m_pass.events;
         return !isOver && !m_isClosed;

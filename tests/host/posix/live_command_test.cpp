@@ -72,6 +72,8 @@ TEST_F(LiveVerbs, PrintComplainAndEndAsTheyShould) {
         {"monitor empty", 1, "", HasSubstr("empty: no record of a receiver came")},
         {"replay missing", 1, "", HasSubstr("cannot open missing: No such file")},
         {"replay .", 1, "", HasSubstr("Is a directory")},
+        {"replay empty", 1, "", HasSubstr("empty")},
+        {"replay empty --pty", 1, "", HasSubstr("empty: is empty")},
         {"replay missing --pty", 1, "", HasSubstr("missing: cannot be opened: No such file")},
         {"record serial:/dev/vkcomm-none old", 1, "", HasSubstr("/dev/vkcomm-none")},
         {"record sim:oem4 missing/log --for 1s", 1, "", HasSubstr("cannot open missing/log: No such file")},
@@ -102,6 +104,8 @@ TEST_F(LiveVerbs, ARecordingReplayedGivesTheRecordsOfDecode) {
             VKCOMM decode --json log >decoded || exit 2
             VKCOMM replay log --speed max --json >replayed && cmp decoded replayed || exit 3
             [ $(wc -l <decoded) -ge 10 ] || exit 4
+            cp log 'wh?t&.bin'  # no name of a file may be taken for something else
+            VKCOMM replay 'wh?t&.bin' --speed max --json 2>/dev/null | cmp - decoded || exit 5
             # once more through a pseudo-terminal, which is gone at the end of the file
             "$VKCOMM" replay log --pty --speed 100000 >address &
             await '[ -s address ]'
