@@ -30,7 +30,7 @@ Handle holdAlone(const std::string& path) {
     return Handle(::CreateFileW(toWide(path).c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
-TEST(ReplaceFile, TakesNamesThatNoCodePageHas) {
+TEST(ReplacingAFile, TakesNamesThatNoCodePageHas) {
     const ScratchFolder folder;
     const std::string path = joinPath(folder.path(), "Höhe-測量-\U0001F6F0.txt");
     for (const std::string& bytes : {kOld, kNew, std::string()}) {
@@ -42,17 +42,18 @@ TEST(ReplaceFile, TakesNamesThatNoCodePageHas) {
     EXPECT_EQ(folder.names().size(), 1u);
 }
 
-TEST(ReplaceFile, KeepsAttributes) {
+TEST(ReplacingAFile, KeepsAttributes) {
     const ScratchFolder folder;
     folder.write("file", kOld);
     const std::wstring path = toWide(folder.path("file"));
     ASSERT_NE(::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_HIDDEN), 0);
+    if ((::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_HIDDEN) == 0) GTEST_SKIP() << "not on this disk";
     EXPECT_TRUE(replaceFile(folder.path("file"), kNew));
     EXPECT_NE(::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_HIDDEN, 0u);
     EXPECT_EQ(folder.read("file"), kNew);
 }
 
-TEST(ReplaceFile, WhatCannotBeReplacedStaysWholeWithNothingBesideIt) {
+TEST(ReplacingAFile, WhatCannotBeReplacedStaysWholeWithNothingBesideIt) {
     const ScratchFolder folder;
     folder.write("held", kOld);
     folder.write("locked", kOld);

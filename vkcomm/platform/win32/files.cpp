@@ -55,6 +55,7 @@ public:
         const DWORD attributes = ::GetFileAttributesW(m_path.c_str());
         if (exists == Exists::kFile && (attributes & FILE_ATTRIBUTE_READONLY) != 0)
             return failure(ERROR_ACCESS_DENIED);
+        if (exists == Exists::kFile && isHeld()) return failure(ERROR_SHARING_VIOLATION);
         const DWORD cause = writeBeside(exists == Exists::kFile);
         if (cause == ERROR_SUCCESS) return {};
         return exists == Exists::kFile && cause == ERROR_ACCESS_DENIED ? writeInPlace() : failure(cause);
@@ -79,6 +80,13 @@ private:
         if (size > 0 && size < target.size()) m_path = target.substr(0, size);
 #endif
         return Exists::kFile;
+    }
+
+    // Another program has the file open and lets nobody replace it.
+    bool isHeld() const {
+        const Handle file(
+            ::CreateFileW(m_path.c_str(), DELETE, kShareAll, nullptr, OPEN_EXISTING, 0, nullptr));
+        return !file && ::GetLastError() == ERROR_SHARING_VIOLATION;
     }
 
     // 0 or the cause of the failure, with nothing left behind.
