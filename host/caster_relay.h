@@ -51,6 +51,7 @@ public:
     CasterRelayStatus status() const;
     // What has happened since the last call, in order. Of more than a thousand the oldest are lost.
     std::vector<NtripEvent> takeEvents();
+
     // True when the caster has refused for good.
     bool isOver() const { return m_isOver.load(); }
 

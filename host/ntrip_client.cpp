@@ -100,6 +100,7 @@ public:
 private:
     struct Job {
         enum Kind : std::uint8_t { kConnect, kDisconnect, kSend } kind;
+
         unsigned int attempt;
         std::string bytes;
     };

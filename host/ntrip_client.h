@@ -64,11 +64,11 @@ private:
     NtripDialogue m_dialogue;
     Clock& m_clock;
     Network* const m_network;
-    std::shared_ptr<Line> m_line;      // null before start
-    unsigned int m_attempt = 0;        // the connection that is wanted
-    unsigned int m_heard = 0;          // the one that messages are of now
-    bool m_mayHaveBytes = false;       // in the socket
-    bool m_isEnding = false;           // the connection has ended; what came before is not all taken
+    std::shared_ptr<Line> m_line;  // null before start
+    unsigned int m_attempt = 0;    // the connection that is wanted
+    unsigned int m_heard = 0;      // the one that messages are of now
+    bool m_mayHaveBytes = false;   // in the socket
+    bool m_isEnding = false;       // the connection has ended; what came before is not all taken
     bool m_isBroken = false;
 };
 

@@ -146,7 +146,8 @@ void NtripDialogue::received(std::string_view bytes, Milliseconds now) {
     if (m_state == NtripState::kStreaming) takeStream(body, now);
     if (m_state == NtripState::kTable) takeTable(body, now);
     if (m_state != NtripState::kStreaming && m_state != NtripState::kTable) return;
-    if (m_reply.outcome() == NtripOutcome::kMalformed) return fail(NtripFailure::kBadChunk, m_reply.text(), now);
+    if (m_reply.outcome() == NtripOutcome::kMalformed)
+        return fail(NtripFailure::kBadChunk, m_reply.text(), now);
     if (m_reply.ended()) closed(now);
 }
 
@@ -204,8 +205,8 @@ void NtripDialogue::closed(Milliseconds now) {
 }
 
 void NtripDialogue::failed(NtripFailure failure, std::string_view words, Milliseconds now) {
-    const bool isActive = m_state != NtripState::kIdle && m_state != NtripState::kPausing &&
-                          m_state != NtripState::kOver;
+    const bool isActive =
+        m_state != NtripState::kIdle && m_state != NtripState::kPausing && m_state != NtripState::kOver;
     const bool isEarly = failure == NtripFailure::kStreamBroken && m_state == NtripState::kAsked;
     if (isActive) fail(isEarly ? NtripFailure::kClosedEarly : failure, words, now);
 }
@@ -298,10 +299,9 @@ bool NtripDialogue::isFinal(NtripFailure failure) const {
 
 // True when the next try speaks a version that may do better; the one after both is not sooner than others.
 bool NtripDialogue::tryOtherVersion(NtripFailure failure) {
-    const bool mayBeVersion =
-        failure == NtripFailure::kNoReply || failure == NtripFailure::kClosedEarly ||
-        failure == NtripFailure::kMalformed ||
-        (failure == NtripFailure::kRefused && isNotUnderstood(m_reply.text()));
+    const bool mayBeVersion = failure == NtripFailure::kNoReply || failure == NtripFailure::kClosedEarly ||
+                              failure == NtripFailure::kMalformed ||
+                              (failure == NtripFailure::kRefused && isNotUnderstood(m_reply.text()));
     if (m_versionSure || !mayBeVersion) return false;
     m_version = m_version == NtripVersion::k2 ? NtripVersion::k1 : NtripVersion::k2;
     m_versionsTried = m_versionsTried % 2 + 1;
@@ -322,7 +322,8 @@ void NtripDialogue::enter(NtripState state, Milliseconds now) {
 }
 
 void NtripDialogue::hangUp() {
-    if (m_state == NtripState::kIdle || m_state == NtripState::kPausing || m_state == NtripState::kOver) return;
+    if (m_state == NtripState::kIdle || m_state == NtripState::kPausing || m_state == NtripState::kOver)
+        return;
     m_scanner.flush(m_output.blocks);
     m_holds = false;
     m_output.steps.push_back({NtripStep::Kind::kDisconnect});

@@ -95,7 +95,7 @@ struct NtripTotals {
     std::uint64_t bytes = 0;    // of corrections
     std::uint64_t streams = 0;  // connections that brought some
     std::uint64_t failures = 0;
-    std::uint64_t positions = 0;                       // sent up
+    std::uint64_t positions = 0;                      // sent up
     std::optional<std::chrono::milliseconds> lastAt;  // when corrections came last
 };
 
@@ -135,8 +135,10 @@ public:
     void failed(NtripFailure failure, std::string_view words, Milliseconds now);
     // To be called at dueAt or before, again and again.
     void passTime(Milliseconds now, const Position& position);
+
     // The reader held bytes back on purpose: they are no silence.
     void heldBack(Milliseconds now) { m_quietSince = now; }
+
     void stop();
 
     // --- What comes of it; each output is given once.
@@ -188,7 +190,7 @@ private:
     bool m_hasBytes = false;       // and so has this connection
     bool m_sentPosition = false;
     bool m_hinted = false;
-    bool m_holds = false;  // the scanner may hold the beginning of a message
+    bool m_holds = false;         // the scanner may hold the beginning of a message
     Milliseconds m_since{};       // in this state
     Milliseconds m_quietSince{};  // nothing was received since
     Milliseconds m_nextPosition{};

@@ -18,9 +18,12 @@ std::int64_t number(std::uint64_t count) { return static_cast<std::int64_t>(coun
 std::string sizeText(std::uint64_t bytes) {
     const double value = static_cast<double>(bytes);
     std::string text;
-    if (value < kKilo) appendFormat(text, "%.0f bytes", value);
-    else if (value < kKilo * kKilo) appendFormat(text, "%.1f kB", value / kKilo);
-    else appendFormat(text, "%.1f MB", value / kKilo / kKilo);
+    if (value < kKilo)
+        appendFormat(text, "%.0f bytes", value);
+    else if (value < kKilo * kKilo)
+        appendFormat(text, "%.1f kB", value / kKilo);
+    else
+        appendFormat(text, "%.1f MB", value / kKilo / kKilo);
     return text;
 }
 
@@ -31,7 +34,8 @@ void appendMessages(std::string& text, const CasterRelayStatus& status) {
         appendFormat(text, " %d:%llu", message, static_cast<unsigned long long>(count));
     }
     if (status.messages.size() > kMostTypes)
-        appendFormat(text, " +%llu types", static_cast<unsigned long long>(status.messages.size() - kMostTypes));
+        appendFormat(text, " +%llu types",
+                     static_cast<unsigned long long>(status.messages.size() - kMostTypes));
     if (status.messages.empty() && status.caster.bytes > 0) text += " no RTCM 3";
     if (status.badChecks > 0)
         appendFormat(text, " %llu damaged", static_cast<unsigned long long>(status.badChecks));
@@ -45,7 +49,8 @@ std::string relayLine(const CasterRelayStatus& status, const ReceiverSnapshot& r
     appendMessages(text, status);
     if (status.age) appendFormat(text, "  age %.1f s", secondsOf(*status.age));
     if (status.relay.droppedBlocks > 0)
-        appendFormat(text, "  dropped %llu blocks", static_cast<unsigned long long>(status.relay.droppedBlocks));
+        appendFormat(text, "  dropped %llu blocks",
+                     static_cast<unsigned long long>(status.relay.droppedBlocks));
     text += "  receiver: " + std::string(qualityText(receiver.quality));
     if (receiver.satellitesUsed) appendFormat(text, ", %d satellites", *receiver.satellitesUsed);
     return text;

@@ -94,6 +94,7 @@ private:
         };
         const auto start = systemClock().now();
         const auto limit = parseDuration(m_options.session.runFor);
+        m_nextLine = start + kBetweenLines;
         for (;;) {
             const auto now = systemClock().now();
             if (stopRequested() || (limit && now - start >= *limit)) return true;
@@ -122,7 +123,7 @@ private:
 
     void sayEvents() {
         for (const NtripEvent& event : m_relay->takeEvents())
-            say(event.text);
+            if (event.notice != NtripNotice::kAccepted) say(event.text);
     }
 
     void say(const std::string& text) {
@@ -160,6 +161,7 @@ std::string checkDuration(const std::string& text) {
 
 void addRelay(CLI::App& app, Run& run) {
     auto options = std::make_shared<Options>();
+    options->session.simulatesRover = true;
     CLI::App* verb = app.add_subcommand("relay", "Bring corrections from a caster to a receiver");
     verb->footer(kFooter);
     addCasterOptions(*verb, options->caster);
@@ -168,10 +170,12 @@ void addRelay(CLI::App& app, Run& run) {
                      "How often the caster is told where the receiver is; 0: never")
         ->check(checkDuration)
         ->capture_default_str();
-    verb->add_option("--leap-seconds", options->leapSeconds, "GPS time minus UTC, for receivers that tell GPS time")
+    verb->add_option("--leap-seconds", options->leapSeconds,
+                     "GPS time minus UTC, for receivers that tell GPS time")
         ->capture_default_str();
-    verb->add_option("--type", options->type,
-                     "Type of the receiver, 0 to 19, when it is one of the maker's; others are connected directly")
+    verb->add_option(
+            "--type", options->type,
+            "Type of the receiver, 0 to 19, when it is one of the maker's; others are connected directly")
         ->check(CLI::Range(0, 19));
     verb->add_flag("--keep-trying", options->keepTrying, "Ask again also when the caster has refused");
     verb->add_flag("--json", options->json, "One JSON object a second");

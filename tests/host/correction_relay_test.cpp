@@ -178,7 +178,8 @@ TEST_F(PortRoad, TheSlowRoadsTakeOneBlockWhileTheQueueIsEmpty) {
 
     ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
     std::size_t written = 0;
-    for (const Case& c : {Case{OEM_NOVATEL_5, "$$VD", 64}, Case{OEM_TYPE_11, "$$RZ", 64}, Case{OEM_TYPE_13, "xxxx", 55}}) {
+    for (const Case& c :
+         {Case{OEM_NOVATEL_5, "$$VD", 64}, Case{OEM_TYPE_11, "$$RZ", 64}, Case{OEM_TYPE_13, "xxxx", 55}}) {
         const auto road = makePortSink(port, c.type);
         EXPECT_TRUE(road->isFree());
         EXPECT_TRUE(road->send(spanOf(block)));
@@ -205,10 +206,13 @@ TEST(RelayReport, TellsWhatFlows) {
     ReceiverSnapshot receiver;
     receiver.quality = 4;
     receiver.satellitesUsed = 9;
-    EXPECT_EQ(relayLine(status, receiver), "streaming  12.3 kB  1004:12 1012:11 1 damaged  age 0.4 s  dropped 2 blocks"
-                                           "  receiver: RTK fixed, 9 satellites");
-    EXPECT_THAT(relayJson(status, receiver),
-                HasSubstr(R"("messages":[{"number":1004,"count":12},{"number":1012,"count":11}],"damaged":1,"age_s":0.400)"));
+    EXPECT_EQ(relayLine(status, receiver),
+              "streaming  12.3 kB  1004:12 1012:11 1 damaged  age 0.4 s  dropped 2 blocks"
+              "  receiver: RTK fixed, 9 satellites");
+    EXPECT_THAT(
+        relayJson(status, receiver),
+        HasSubstr(
+            R"("messages":[{"number":1004,"count":12},{"number":1012,"count":11}],"damaged":1,"age_s":0.400)"));
     for (int type = 1001; type < 1020; ++type)
         status.messages[type] = 1;
     EXPECT_THAT(relayLine(status, receiver), HasSubstr("1008:1 +11 types"));
