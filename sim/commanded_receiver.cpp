@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "sim/arguments.h"
 #include "sim/correction_frame.h"
 
 namespace vkcomm::sim {
@@ -12,8 +13,20 @@ Front CommandedReceiver::correctionsOrFrontOf(ByteSpan bytes) const {
     if (look.match != CorrectionMatch::kNone && !isUnfinished) return otherFront(look.size);
     Front front = frontOf(bytes);
     if (front.kind == FrontKind::kOther && isUnfinished) front = {};
-    if (front.kind == FrontKind::kUnfinished && bytes.size() == kMostHeld) return otherFront();
     return front;
+}
+
+// What has no end within the bound is given up to where a correction may begin.
+void CommandedReceiver::giveUp(ByteSpan& left, Reaction& reaction) {
+    constexpr std::size_t kShown = 16;
+    const auto beginsCorrection = [](const unsigned char& byte) {
+        return lookForCorrections({&byte, 1}).match != CorrectionMatch::kNone;
+    };
+    note(shownText(left.first(kShown)) + "...", "too long");
+    const auto next = std::find_if(left.begin() + 1, left.begin() + kMostHeld, beginsCorrection);
+    const auto size = static_cast<std::size_t>(next - left.begin());
+    reaction.leave(left.first(size));
+    left = left.subspan(size);
 }
 
 Reaction CommandedReceiver::receive(ByteSpan bytes) {
@@ -22,11 +35,14 @@ Reaction CommandedReceiver::receive(ByteSpan bytes) {
     ByteSpan left = m_held;
     while (!left.empty()) {
         const Front front = correctionsOrFrontOf(left.first(std::min(left.size(), kMostHeld)));
-        if (front.kind == FrontKind::kUnfinished) break;
+        if (front.kind == FrontKind::kUnfinished && left.size() < kMostHeld) break;
+        if (front.kind == FrontKind::kUnfinished) {
+            giveUp(left, reaction);
+            continue;
+        }
         const ByteSpan taken = left.first(front.size);
         if (front.kind == FrontKind::kCommand) obey(taken, reaction);
-        if (front.kind == FrontKind::kOther)
-            reaction.leave(taken);
+        if (front.kind == FrontKind::kOther) reaction.leave(taken);
         left = left.subspan(front.size);
     }
     m_held.erase(m_held.begin(), m_held.end() - static_cast<std::ptrdiff_t>(left.size()));

@@ -49,7 +49,7 @@ public:
 
     std::size_t held() const { return m_held.size(); }
 
-    // What the receiver is set to, one "name: value" a line, by name; only what differs from a fresh receiver.
+    // What the receiver has been set to, one "name: value" a line, by name.
     virtual std::string state() const { return m_settings.text(); }
 
     const ReceiverSettings& settings() const { return m_settings; }
@@ -78,6 +78,7 @@ protected:
 
 private:
     Front correctionsOrFrontOf(ByteSpan bytes) const;
+    void giveUp(ByteSpan& left, Reaction& reaction);
 
     std::vector<unsigned char> m_held;
     std::deque<CommandNote> m_notes;
