@@ -61,13 +61,6 @@ std::string nameText(const RecordView& record) {
 
 constexpr LOG_TYPE kTextTypes[] = {LOG_REPLY_OK, LOG_REPLY_ERROR, LOG_NONE, LOG_NMEA, LOG_CSI_REPLY};
 
-std::string verdictText(const RecordView& record) {
-    if (std::ranges::find(kTextTypes, record.type) == std::end(kTextTypes)) return nameText(record);
-    std::string text(lineOf(record.bytes));
-    std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < ' '; });
-    return text;
-}
-
 std::uint32_t maskOf(const CommandTarget& target) {
     const ReceiverFamily* family = findFamily(target.family);
     const std::uint32_t mask = family ? family->decodeMask : kDecodeAll;
@@ -90,13 +83,23 @@ std::string valuesText(const RoutedRecord& routed) {
     return text;
 }
 
+std::string verdictText(const RoutedRecord& routed) {
+    const bool isText = std::ranges::find(kTextTypes, routed.record.type) != std::end(kTextTypes);
+    std::string text = isText ? std::string(lineOf(routed.record.bytes)) : valuesText(routed);
+    std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < ' '; });
+    return text;
+}
+
+std::string lettersOf(const RecordView& record) {
+    return record.type == LOG_VAREK_REPLY ? std::string(textOf(record.bytes.subspan(2, 2))) : std::string();
+}
+
 }  // namespace
 
 AnswerReader::AnswerReader(const CommandTarget& target) : m_target(target) {
     m_decoder.vSetClock(m_clock);
     m_decoder.vSetDecodeMask(maskOf(target));
-    m_reader =
-        target.dialect == Dialect::kJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+    m_reader = target.dialect == Dialect::kJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
 }
 
 void AnswerReader::want(std::optional<MessageKind> kind) {
@@ -150,7 +153,7 @@ void AnswerReader::take(const RoutedRecord& routed) {
     if (isCsiLead) return takeLoose(record.bytes);
     if (isWanted(record)) return addRecord(routed);
     if (const VerdictRow* row = verdictOf(m_target, record))
-        m_answers.push_back({kindOfVerdict(*row, record), verdictText(record), {}});
+        m_answers.push_back({kindOfVerdict(*row, record), verdictText(routed), {}, lettersOf(record)});
 }
 
 bool AnswerReader::isWanted(const RecordView& record) const {
@@ -168,7 +171,8 @@ void AnswerReader::addRecord(const RoutedRecord& routed) {
 
 void AnswerReader::takeLooseUpTo(std::uint64_t offset) {
     if (offset <= m_taken) return;
-    const std::size_t count = std::min<std::size_t>(static_cast<std::size_t>(offset - m_taken), m_recent.size());
+    const std::size_t count =
+        std::min<std::size_t>(static_cast<std::size_t>(offset - m_taken), m_recent.size());
     takeLoose(ByteSpan(m_recent).first(count));
     m_recent.erase(m_recent.begin(), m_recent.begin() + static_cast<std::ptrdiff_t>(count));
     m_taken += count;
@@ -178,15 +182,15 @@ void AnswerReader::takeLoose(ByteSpan bytes) {
     for (const unsigned char byte : bytes) {
         if (m_target.dialect == Dialect::kCsi) takeCsiByte(static_cast<char>(byte));
         if (m_target.dialect != Dialect::kTrimble) continue;
-        if (byte == kAck) m_answers.push_back({AnswerKind::kAccepted, "ACK", {}});
-        if (byte == kNak) m_answers.push_back({AnswerKind::kRefused, "NAK", {}});
+        if (byte == kAck) m_answers.push_back({AnswerKind::kAccepted, "ACK"});
+        if (byte == kNak) m_answers.push_back({AnswerKind::kRefused, "NAK"});
     }
 }
 
 void AnswerReader::takeCsiByte(char character) {
     if (character == '\n' && m_line.size() >= kCsiStart.size()) {
         const bool isRefused = m_line.find("FAILED") != m_line.npos || m_line.find("ERROR") != m_line.npos;
-        m_answers.push_back({isRefused ? AnswerKind::kRefused : AnswerKind::kAccepted, m_line, {}});
+        m_answers.push_back({isRefused ? AnswerKind::kRefused : AnswerKind::kAccepted, m_line});
         m_line.clear();
         return;
     }

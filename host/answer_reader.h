@@ -26,8 +26,9 @@ enum class AnswerKind : std::uint8_t {
 
 struct Answer {
     AnswerKind kind;
-    std::string text;  // for people, without a line end
-    std::string json;  // of kRecord: the line that decode --json would print, without its end
+    std::string text;          // for people, without a line end
+    std::string json = {};     // of kRecord: the line that decode --json would print, without its end
+    std::string letters = {};  // of the maker's own frames
 };
 
 // Not locked: one thread at a time.

@@ -34,8 +34,8 @@ std::string antennaLine(const CAntType& antenna) {
     if (antenna.fPhaseHeight == 0.0F)
         return "antenna       no height is known: the mark counts as the phase centre\n";
     std::string line;
-    appendFormat(line, "%-13s %s: phase centre %.3f m above the mark", "antenna", toUtf8(antenna.strName).c_str(),
-                 decimalOf(antenna.fPhaseHeight));
+    appendFormat(line, "%-13s %s: phase centre %.3f m above the mark", "antenna",
+                 toUtf8(antenna.strName).c_str(), decimalOf(antenna.fPhaseHeight));
     if (hasPoint)
         appendFormat(line, " (%.3f m to its %s and %.3f m from there)", antenna.dGetAntHeight(),
                      kPoints[antenna.uMeasureTo], decimalOf(antenna.fOffset[antenna.uMeasureTo]));

@@ -16,8 +16,6 @@ constexpr std::string_view kBoardLetters = "RZ";
 
 bool isMakerFrame(ByteSpan bytes) { return textOf(bytes).starts_with(kMakerLead); }
 
-bool isForBoard(ByteSpan makerFrame) { return textOf(makerFrame).substr(2, 2) == kBoardLetters; }
-
 // The words of a line, in lower case, without the frame's "RZ,S" and Javad's "%id%" in front.
 std::vector<std::string> wordsOf(std::string_view what) {
     if (what.starts_with("RZ,S")) what.remove_prefix(4);
@@ -40,9 +38,8 @@ struct ResetRow {
 };
 
 constexpr ResetRow kResets[] = {
-    {Dialect::kNovatel, "freset"},         {Dialect::kJavad, "init"},
-    {Dialect::kThales, "$pashs", "ini"},   {Dialect::kThales, "$pashs", "rst"},
-    {Dialect::kCsi, "$jreset"},
+    {Dialect::kNovatel, "freset"},       {Dialect::kJavad, "init"},  {Dialect::kThales, "$pashs", "ini"},
+    {Dialect::kThales, "$pashs", "rst"}, {Dialect::kCsi, "$jreset"},
 };
 
 bool isResetText(const CommandTarget& target, const std::string& what) {
@@ -92,8 +89,9 @@ std::optional<MessageKind> novatelRecord(const std::string& what) {
     const auto words = wordsOf(what);
     if (words.size() < 3 || words.front() != "log" || words.back() != "once") return std::nullopt;
     std::string name = words[words.size() - 2];
-    std::ranges::transform(name, name.begin(),
-                           [](char c) { return static_cast<char>(c >= 'a' && c <= 'z' ? c + 'A' - 'a' : c); });
+    std::ranges::transform(name, name.begin(), [](char c) {
+        return static_cast<char>(c >= 'a' && c <= 'z' ? c + 'A' - 'a' : c);
+    });
     if (!name.ends_with('A') && !name.ends_with('B')) return std::nullopt;
     name.back() = 'A';
     const unsigned id = oem4AsciiId("#" + name + ",");
@@ -120,12 +118,11 @@ std::optional<MessageKind> recordAsked(const CommandTarget& target, const Comman
 }
 
 bool mayStaySilent(const CommandTarget& target, const Command& command) {
-    const Bytes& first = command.steps.front().bytes;
     switch (target.dialect) {
     case Dialect::kMaker: return true;
     case Dialect::kThales: return command.what.starts_with("$PASHQ") && !command.record;
     case Dialect::kJavad: return !command.what.starts_with('%');  // then only errors are answered
-    default: return isMakerFrame(first) && !isForBoard(first);
+    default: return !command.letters().empty() && command.letters() != kBoardLetters;
     }
 }
 
@@ -139,7 +136,7 @@ Command commandOf(const CommandTarget& target, CommandSteps steps) {
     Command command{steps.front().what, std::move(steps)};
     command.record = recordAsked(target, command);
     command.expects = expectationOf(target, command);
-    command.moreAnswers = target.dialect == Dialect::kCsi && wordsOf(command.what).front() == "$jshow";
+    command.moreAnswers = command.letters() == "SI" || wordsOf(command.what).front() == "$jshow";
     command.resets = command.steps.front().factoryReset || isResetText(target, command.what) ||
                      isResetPacket(target, command.boardBytes());
     return command;
@@ -161,6 +158,11 @@ Bytes Command::boardBytes() const {
         bytes.insert(bytes.end(), board.begin(), board.end());
     }
     return bytes;
+}
+
+std::string Command::letters() const {
+    const Bytes& frame = steps.front().bytes;
+    return isMakerFrame(frame) ? std::string(textOf(frame).substr(2, 2)) : std::string();
 }
 
 CommandPlan planOf(const CommandTarget& target, CommandSteps steps) {

@@ -14,7 +14,7 @@ constexpr std::array<std::string_view, 6> kOutcomeNames = {"answered", "refused"
 
 constexpr auto kStep = 20ms;
 // Once through all rates, and once more for a receiver that was slow to begin.
-constexpr auto kRateSearch = 2 * BaudHunt::kTimePerRate * static_cast<int>(BaudHunt::kRates.size());
+constexpr auto kRateSearch = BaudHunt::timeOfRounds(2);
 // A line that stands still longer holds a lead byte that was none.
 constexpr auto kLinePause = 400ms;
 // How long a port may take for one command beyond the delays in it.
@@ -132,8 +132,11 @@ bool CommandRunner::takeAnswers(const Command& command, CommandResult& result) {
     return isDecided;
 }
 
-// What the receiver sends anyway: a log that does not stand behind the OK for it, the page of settings.
-bool CommandRunner::isUnasked(const Command& command, const Answer& answer, const CommandResult& result) const {
+// What the receiver sends anyway: the maker's frames about something else, a log that does not stand behind the OK
+// for it, the page of settings.
+bool CommandRunner::isUnasked(const Command& command, const Answer& answer,
+                              const CommandResult& result) const {
+    if (answer.letters != (answer.letters.empty() ? "" : command.letters())) return true;
     if (m_target.dialect == Dialect::kNovatel)
         return answer.kind == AnswerKind::kRecord && result.answers.empty();
     constexpr std::string_view kPage = "$>JSHOW";

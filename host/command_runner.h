@@ -76,6 +76,7 @@ private:
     void pump();
     void takeChunks();
     std::string whyCutOff() const;
+
     bool isCutOff() const { return m_isLost || (m_steps.isStopped && m_steps.isStopped()); }
 
     ReceiverSession& m_session;

@@ -19,7 +19,7 @@ constexpr GPSOEMTYPE kNovatelTypes[] = {OEM_NOVATEL, OEM_NOVATEL_5, OEM_NOVATEL_
 constexpr GPSOEMTYPE kTrimbleTypes[] = {OEM_TRIMBLE,    OEM_TRIMBLE_7,        OEM_TRIMBLE_8,
                                         OEM_TRIMBLE_14, OEM_VAREK_TRIMBLE_15, OEM_VAREK_TRIMBLE_16};
 constexpr GPSOEMTYPE kCmcTypes[] = {OEM_CMC, OEM_TYPE_11, OEM_TYPE_12};
-constexpr GPSOEMTYPE kMakerTypes[] = {OEM_NONE,   OEM_TYPE_3,  OEM_TYPE_4,  OEM_TYPE_9,
+constexpr GPSOEMTYPE kMakerTypes[] = {OEM_NONE,    OEM_TYPE_3,  OEM_TYPE_4, OEM_TYPE_9,
                                       OEM_TYPE_10, OEM_TYPE_13, OEM_TYPE_17};
 
 constexpr TargetRow kTargets[] = {
@@ -66,7 +66,8 @@ std::optional<CommandTarget> commandTarget(std::string_view family, std::optiona
                                  : row.types.empty() ? OEM_NONE
                                                      : row.types.front(),
                                  row.family};
-    error = "no commands are known for " + (family.empty() ? "the receiver" : "family " + std::string(family));
+    error =
+        "no commands are known for " + (family.empty() ? "the receiver" : "family " + std::string(family));
     if (type) error += (family.empty() ? " of type " : " and type ") + std::to_string(*type);
     error += "; known are " + commandTargetHelp();
     return std::nullopt;

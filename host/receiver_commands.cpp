@@ -37,8 +37,8 @@ CommandSteps sentence(std::string_view text) {
 }
 
 int lettersIn(std::string_view text) {
-    return static_cast<int>(std::ranges::count_if(
-        text, [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }));
+    return static_cast<int>(
+        std::ranges::count_if(text, [](char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }));
 }
 
 std::string problemWithText(const CommandTarget& target, std::string_view text) {
@@ -123,9 +123,9 @@ Steps textCommand(const CommandTarget& target, std::string_view text, std::strin
     CommandSteps steps = textSteps(target, text);
     if (steps.empty() && target.dialect != Dialect::kMaker)
         return refuse(error, familyText(target) + " have no text commands; --hex sends bytes");
-    const bool isCut = steps.empty() || (steps.front().wrapped &&
-                                         steps.front().bytes.size() >= kLargestMakerFrame &&
-                                         steps.front().bytes.front() == '$');
+    const bool isCut =
+        steps.empty() || (steps.front().wrapped && steps.front().bytes.size() >= kLargestMakerFrame &&
+                          steps.front().bytes.front() == '$');
     if (isCut) return refuse(error, "the text is too long for one of the maker's frames");
     return steps;
 }
@@ -146,8 +146,8 @@ Steps hexCommand(const CommandTarget& target, std::string_view digits, std::stri
 
 namespace {
 
-constexpr std::string_view kSerial = "serial", kOptions = "options", kStatus = "status",
-                           kVersion = "version", kSatellites = "satellites";
+constexpr std::string_view kSerial = "serial", kOptions = "options", kStatus = "status", kVersion = "version",
+                           kSatellites = "satellites";
 
 struct TextQuestion {
     Dialect dialect;
@@ -231,8 +231,9 @@ constexpr PortNames kPortNames[] = {
 };
 
 std::optional<int> portIn(const PortNames& names, std::string text) {
-    std::ranges::transform(text, text.begin(),
-                           [](char c) { return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 'a' - 'A' : c); });
+    std::ranges::transform(text, text.begin(), [](char c) {
+        return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 'a' - 'A' : c);
+    });
     if (text.starts_with(names.prefix)) text.erase(0, names.prefix.size());
     if (names.areLetters) {
         const int index = text.size() == 1 ? text[0] - 'a' : -1;
@@ -279,7 +280,9 @@ using V = const Values&;
 
 constexpr ActionRow kActions[] = {
     {"gsof", Dialect::kTrimble, kUsesPort | kUsesRate,
-     [](T t, V v) { return trimble(t, gsofOutput(v.port, t.type, v.choice.rateCode).value_or(TrimbleCommand{})); }},
+     [](T t, V v) {
+         return trimble(t, gsofOutput(v.port, t.type, v.choice.rateCode).value_or(TrimbleCommand{}));
+     }},
     {"baud", Dialect::kTrimble, kUsesPort | kUsesBaud,
      [](T t, V v) { return trimble(t, portBaud(v.port, v.choice.baud, t.type)); }},
     {"baud", Dialect::kNovatel, kUsesPort | kUsesBaud,
@@ -339,7 +342,8 @@ std::string readValues(const ActionRow& row, Values& values) {
         const auto* names = std::ranges::find(kPortNames, row.dialect, &PortNames::dialect);
         const auto port = portIn(*names, choice.port);
         if (!port)
-            return (choice.port.empty() ? "a port is needed: --port " : choice.port + " is no port here; give ") +
+            return (choice.port.empty() ? "a port is needed: --port "
+                                        : choice.port + " is no port here; give ") +
                    std::string(names->range);
         values.port = *port;
     }
@@ -349,7 +353,8 @@ std::string readValues(const ActionRow& row, Values& values) {
         values.baudIndex = static_cast<int>(rate - kBaudRates.begin());
     }
     if ((row.uses & kUsesMasks) != 0) {
-        if (choice.elevation < 0 || choice.elevation > 90) return "the elevation mask is outside 0 to 90 degrees";
+        if (choice.elevation < 0 || choice.elevation > 90)
+            return "the elevation mask is outside 0 to 90 degrees";
         if (choice.pdop < 0 || choice.pdop > 255) return "the PDOP mask is outside 0 to 255";
     }
     const int leastCode = choice.action == "raw" ? 0 : 1;

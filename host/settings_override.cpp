@@ -15,7 +15,8 @@ Json* memberAt(Json& record, std::string_view path) {
     Json* member = &record;
     while (!path.empty()) {
         const std::size_t dot = std::min(path.find('.'), path.size());
-        const auto found = member->is_object() ? member->find(std::string(path.substr(0, dot))) : member->end();
+        const auto found =
+            member->is_object() ? member->find(std::string(path.substr(0, dot))) : member->end();
         if (found == member->end()) return nullptr;
         member = &*found;
         path.remove_prefix(std::min(dot + 1, path.size()));
@@ -45,7 +46,8 @@ bool overrideSetting(const SettingsKind& kind, std::string_view assignment, base
     base::CMyObArray changed;
     SettingsProblem problem;
     if (member->is_discarded() ||
-        !readSettingsJson(kind, record.dump(-1, ' ', false, Json::error_handler_t::replace), changed, problem)) {
+        !readSettingsJson(kind, record.dump(-1, ' ', false, Json::error_handler_t::replace), changed,
+                          problem)) {
         error = name + " cannot be " + quotedText(value) + (problem.text.empty() ? "" : ": " + problem.text);
         return false;
     }

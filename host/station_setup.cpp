@@ -41,9 +41,9 @@ constexpr IdentifierRow kIdentifiers[] = {{Identifier::kCmr, "CMR", 31},
 constexpr std::size_t kRtcaLength = 4;
 
 Identifier novatelIdentifier(const CommandTarget& target, int format) {
-    constexpr Identifier kByFormat[] = {Identifier::kCmr,  Identifier::kRtcm2, Identifier::kRtca,
-                                        Identifier::kCmr,  Identifier::kRtcm2, Identifier::kRtca,
-                                        Identifier::kCmr,  Identifier::kRtcm3, Identifier::kRtcm2};
+    constexpr Identifier kByFormat[] = {Identifier::kCmr, Identifier::kRtcm2, Identifier::kRtca,
+                                        Identifier::kCmr, Identifier::kRtcm2, Identifier::kRtca,
+                                        Identifier::kCmr, Identifier::kRtcm3, Identifier::kRtcm2};
     if (format < 0 || format >= static_cast<int>(std::size(kByFormat))) return Identifier::kNone;
     const Identifier kind = kByFormat[format];
     // Boards with a modem of their own are told no numbers.
@@ -65,18 +65,19 @@ std::string problemWithIdentifier(Identifier kind, const std::wstring& identifie
     const std::string text = toUtf8(identifier);
     if (kind == Identifier::kNone) return {};
     if (kind == Identifier::kRtca)
-        return text.size() <= kRtcaLength ? "" : "an RTCA station identifier has at most 4 characters: " + quotedText(text);
+        return text.size() <= kRtcaLength
+                   ? ""
+                   : "an RTCA station identifier has at most 4 characters: " + quotedText(text);
     const auto* row = std::ranges::find(kIdentifiers, kind, &IdentifierRow::kind);
-    const bool isNumber = !text.empty() && text.size() <= 6 &&
-                          text.find_first_not_of("0123456789") == std::string::npos;
+    const bool isNumber =
+        !text.empty() && text.size() <= 6 && text.find_first_not_of("0123456789") == std::string::npos;
     if (isNumber && parseInteger(text) <= row->most) return {};
-    return std::string("a ") + row->name + " station identifier is a number 0 to " + std::to_string(row->most) +
-           ": " + quotedText(text);
+    return std::string("a ") + row->name + " station identifier is a number 0 to " +
+           std::to_string(row->most) + ": " + quotedText(text);
 }
 
 std::string problemWithName(const std::string& name) {
-    if (name.size() > kLongestName)
-        return "a station name has at most 8 characters: " + quotedText(name);
+    if (name.size() > kLongestName) return "a station name has at most 8 characters: " + quotedText(name);
     const bool isPlain = std::ranges::all_of(name, [](char c) { return c >= ' ' && c <= '~'; });
     return isPlain ? std::string() : "a station name has ASCII characters only: " + quotedText(name);
 }
@@ -93,7 +94,8 @@ std::string problemWithBase(const CommandTarget& target, const BaseSetup& setup)
         return problemWithIdentifier(novatelIdentifier(target, baseOf(setup).uVarekFormat),
                                      baseOf(setup).strStationID);
     case Dialect::kTrimble:
-        return problemWithIdentifier(trimbleIdentifier(baseOf(setup).uTrimbleFormat), baseOf(setup).strStationID);
+        return problemWithIdentifier(trimbleIdentifier(baseOf(setup).uTrimbleFormat),
+                                     baseOf(setup).strStationID);
     case Dialect::kJavad:
         return problemWithIdentifier(javadIdentifier(javadOf(setup).uDifFormat), javadOf(setup).strStationID);
     default: return {};

@@ -101,7 +101,9 @@ int setUpBase(const Options& options) {
     setup.phaseCentre = phaseCentre(*mark, antenna);
 
     CommandJob job;
-    job.build = [&](const CommandTarget& receiver, std::string& why) { return baseSteps(receiver, setup, why); };
+    job.build = [&](const CommandTarget& receiver, std::string& why) {
+        return baseSteps(receiver, setup, why);
+    };
     job.needsCommandSet = [&](const CommandTarget& receiver) { return baseNeedsCommandSet(receiver, setup); };
     job.commandSet = &setup.commandSet;
     job.preface = markLines(*mark, antenna);
@@ -122,7 +124,8 @@ void addBase(CLI::App& app, Run& run) {
         ->required();
     verb->add_option("--name", options->name, "Trimble: name of the station, at most 8 characters");
     auto* height = verb->add_option("--antenna-height", options->antenna.height, "Metres above the mark");
-    auto* list = verb->add_option("--antenna-list", options->antenna.list, "List file of antennas")->needs(height);
+    auto* list =
+        verb->add_option("--antenna-list", options->antenna.list, "List file of antennas")->needs(height);
     auto* antenna = verb->add_option("--antenna", options->antenna.name, "Antenna of the list")->needs(list);
     list->needs(antenna);
     verb->add_option("--measured-to", options->antenna.measuredTo,

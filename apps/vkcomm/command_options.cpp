@@ -70,7 +70,8 @@ public:
     int run(std::optional<CommandTarget> target) {
         if (!open()) return kFailed;
         if (!target && !(target = recognised())) return kFailed;
-        CommandRunner runner(*m_opened, *m_log, *target, {parseDuration(m_choice.wait).value_or(2s)}, steps());
+        CommandRunner runner(*m_opened, *m_log, *target, {parseDuration(m_choice.wait).value_or(2s)},
+                             steps());
         std::string error;
         if (!runner.awaitRate(error)) return failed(error);
         if (!learnCommandSet(runner, *target)) return kFailed;
@@ -82,6 +83,7 @@ public:
         const bool isGood = runner.run(plan);
         complain(summaryOf(runner.results()));
         note(summaryOf(runner.results()));
+        if (m_opened.simulator) tellState(m_opened.simulator->commands().state);
         return isGood && isTranscriptWhole() ? kDone : kFailed;
     }
 
@@ -92,6 +94,12 @@ private:
     static int failed(const std::string& why) {
         complain(why);
         return kFailed;
+    }
+
+    static void tellState(const std::string& state) {
+        complain(state.empty()
+                     ? "the simulated receiver is as it was at first"
+                     : "the simulated receiver is now set to\n" + state.substr(0, state.rfind('\n')));
     }
 
     bool open() {
@@ -114,7 +122,8 @@ private:
         while (!m_opened->stream().isRecognised() && systemClock().now() < end && !stopRequested())
             if (!m_opened->pump(50ms, quiet)) break;
         std::string error = "it sends nothing by which its family could be recognised";
-        const ReceiverFamily* family = m_opened->stream().isRecognised() ? m_opened->stream().family() : nullptr;
+        const ReceiverFamily* family =
+            m_opened->stream().isRecognised() ? m_opened->stream().family() : nullptr;
         const auto target = family ? commandTarget(family->name, {}, error) : std::nullopt;
         if (!target) complain(m_choice.url + ": " + error + "; give --family");
         return target;
@@ -173,8 +182,9 @@ int dryRun(const CommandPlan& plan, const CommandJob& job, Shown& shown) {
         shown.begins(command);
         shown.ends(command, nullptr);
     }
-    complain(std::string("dry run: nothing was sent") +
-             (resetsReceiver(plan) ? "; sending it will need --yes, as the receiver loses its settings" : ""));
+    complain(
+        std::string("dry run: nothing was sent") +
+        (resetsReceiver(plan) ? "; sending it will need --yes, as the receiver loses its settings" : ""));
     return kDone;
 }
 

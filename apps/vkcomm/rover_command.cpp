@@ -39,7 +39,9 @@ int rover(const Options& options) {
     job.build = [&](const CommandTarget& receiver, std::string& error) {
         return roverSteps(receiver, setup, error);
     };
-    job.needsCommandSet = [&](const CommandTarget& receiver) { return roverNeedsCommandSet(receiver, setup); };
+    job.needsCommandSet = [&](const CommandTarget& receiver) {
+        return roverNeedsCommandSet(receiver, setup);
+    };
     job.commandSet = &setup.commandSet;
     return runCommands(options.command, job);
 }

@@ -21,7 +21,8 @@ struct SessionChoice {
     std::string family;
     bool noReopen = false;
     std::string leadTimeout = "2s";
-    std::string runFor;  // empty: until stopped
+    std::string runFor;           // empty: until stopped
+    bool simulatesRover = false;  // a simulated receiver's fix follows from the corrections it gets
 };
 
 void addSessionOptions(CLI::App& verb, SessionChoice& choice);

@@ -6,6 +6,7 @@
 
 #include "apps/vkcomm/live_simulation.h"
 #include "apps/vkcomm/output.h"
+#include "apps/vkcomm/secret_arguments.h"
 #include "apps/vkcomm/session_options.h"
 #include "apps/vkcomm/whole_file.h"
 #include "sim/caster.h"
@@ -48,8 +49,9 @@ std::string checkMount(const std::string& text) {
 // Nothing after complaining.
 std::optional<sim::CasterOptions> casterOptions(const Options& options) {
     sim::CasterOptions caster = options.caster;
-    caster.user = options.user.substr(0, options.user.find(':'));
-    caster.password = options.user.empty() ? "" : options.user.substr(options.user.find(':') + 1);
+    const std::string user = revealed(options.user);
+    caster.user = user.substr(0, user.find(':'));
+    caster.password = user.empty() ? "" : user.substr(user.find(':') + 1);
     caster.mounts.clear();
     for (const std::string& name : options.mounts)
         caster.mounts.push_back({name, false});

@@ -17,7 +17,8 @@ std::optional<Settings> readStation(const SettingsKind& kind, const std::string&
     SettingsProblem problem;
     auto settings = readSettings(kind, *bytes, problem);
     if (!settings)
-        complain(path + ": " + problem.text + "; vkcomm settings check " + std::string(kind.name) + " tells more");
+        complain(path + ": " + problem.text + "; vkcomm settings check " + std::string(kind.name) +
+                 " tells more");
     return settings;
 }
 
