@@ -20,14 +20,7 @@ constexpr unsigned int kBitsPerByte = 10;
 // A device that reports two errors in a row, without a byte in between, has gone.
 constexpr unsigned int kErrorsOfALoss = 2;
 
-constexpr std::array<std::string_view, 10> kNoticeNames = {
-    "opened",       "lost",          "not-opened", "rate-tried",   "rate-found",
-    "family-found", "lead-given-up", "overflow",   "write-failed", "ended",
-};
-
 }  // namespace
-
-std::string_view noticeName(SessionNotice notice) { return kNoticeNames[static_cast<std::size_t>(notice)]; }
 
 ReceiverSession::ReceiverSession(const PortUrl& url, const SessionOptions& options)
     : m_url(url), m_options(options), m_clock(*options.clock), m_port(std::make_unique<CTrimblePort>()),

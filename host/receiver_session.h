@@ -35,9 +35,6 @@ enum class SessionNotice : std::uint8_t {
     kEnded,        // the file is over; one that could not be read to its end is kLost
 };
 
-// A short lower-case name, such as "rate-found".
-std::string_view noticeName(SessionNotice notice);
-
 struct SessionEvent {
     SessionNotice notice;
     std::string text;  // for people

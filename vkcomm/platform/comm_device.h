@@ -97,8 +97,8 @@ public:
     virtual bool purge(std::uint32_t flags) = 0;
 
     // Waits for an event of the mask; events is 0 when setEventMask released the wait, and at once while the mask
-    // is 0. A device that has gone
-    // reports a received character, then one byte queued, then reads nothing; again at every call.
+    // is 0. A device that has gone reports a received character, then one byte queued, then reads nothing; again
+    // at every call.
     virtual bool waitForEvent(std::uint32_t& events) = 0;
     virtual bool bytesQueued(std::uint32_t& count) = 0;
     // Bytes read, by the time-outs; 0 when there are none and on failure.

@@ -12,7 +12,8 @@ namespace vkcomm {
 
 // Messages of ports. Deliberate: the data message has its number in lParam and the two errors have it in
 // wParam; hosts are written for that.
-inline constexpr unsigned int WM_PORT_DATA = 3041;         // wParam bytes received, lParam port number
+inline constexpr unsigned int WM_PORT_DATA = 3041;  // wParam bytes received, lParam port number
+// A device that said it had bytes and gave none, or a Bluetooth driver whose wait failed.
 inline constexpr unsigned int WM_PORT_READ_ERROR = 3045;   // wParam port number, lParam the CSerialPort
 inline constexpr unsigned int WM_PORT_WRITE_ERROR = 3046;  // wParam port number, lParam the CSerialPort
 

@@ -15,8 +15,7 @@ constexpr std::size_t kComBuffer = 8192;
 constexpr std::size_t kLargestRead = 1 << 20;  // whatever the driver says is queued
 constexpr std::size_t kReleasedRead = 255;
 constexpr std::size_t kBluetoothBuffer = 256;
-constexpr std::size_t kPlaybackBuffer =
-    8192;  // half of the decoder's, so that it fits beside the longest frame
+constexpr std::size_t kPlaybackBuffer = 8192;  // fits into the decoder beside the longest frame
 constexpr auto kReaderPause = 200ms;
 constexpr auto kNothingQueuedPause = 100ms;
 constexpr auto kTick = 100ms;

@@ -77,14 +77,14 @@ public:
 
     // The virtual port; all three count from the next InitPort on. Default "./data.bin" at 200 bytes per second,
     // off. Ticks of 100 ms, each with a tenth of the speed, at least one byte. Playback waits while the decoder has
-    // no room; its end shows in bReaderRunning. Nothing can be written to it.
+    // no room; its end shows in bReaderEnded. Nothing can be written to it.
     void SetVirtualPortFile(const std::wstring& strPath);
     void EnableVirtualPort(bool bEnable);
     void SetVirtualPortSpeed(int nBytesPerSecond);
 
     // Copies what the COM reader receives to a file, until EndSaveRawData or vClosePort; the other readers log
     // nothing. uFlags: 0 replaces the file, 0x2000 (kFileNoTruncate) appends to it. bFileOpened is 1 in between,
-    // also when the file could not be opened (deliberate); RawLog tells.
+    // also when the file could not be opened (deliberate); RawLogState tells.
     void BeginSaveRawData(const std::wstring& strPath, unsigned int uFlags);
     void EndSaveRawData();
     int bFileOpened() const;
@@ -119,7 +119,8 @@ public:
 
     // The loops as thread entries, for hosts that run them on threads of their own instead of StartMonitoring:
     // until pPort, a CSerialPort, is closed or its file ends. The exit code is 0; 100 when a writer was told to
-    // stop.
+    // stop. A writer so run discards what is queued, as WriteChar does: only StartMonitoring makes a writer that
+    // writes.
     static unsigned int CommThread(void* pPort);
     static unsigned int BluetoothThread(void* pPort);
     static unsigned int VirtualPortThread(void* pPort);
