@@ -113,23 +113,21 @@ private:
     bool m_isAttached = false;
 };
 
-int replayOnPty(const Options& options, std::uint64_t bytesPerSecond) {
-    std::string problem;
-    const auto source = ByteSource::open(options.file, problem);
+int replayOnPty(ByteSource& source, std::uint64_t bytesPerSecond) {
     SystemError error;
-    const auto server = source ? openPtyServer(error) : nullptr;
+    const auto server = openPtyServer(error);
     if (!server) {
-        complain(source ? error.message() : problem);
+        complain(error.message());
         return kFailed;
     }
     Output output;
     output.buffer() += server->address() + "\n";
     output.flush();
 
-    PtyReplay(*source, *server, bytesPerSecond).run();
+    PtyReplay(source, *server, bytesPerSecond).run();
     systemClock().sleep(1s);  // let the reader take the rest before its device goes away
-    if (!source->error().empty()) complain(source->error());
-    return source->error().empty() ? kDone : kFailed;
+    if (!source.error().empty()) complain(source.error());
+    return source.error().empty() ? kDone : kFailed;
 }
 
 int replay(const Options& options) {
@@ -139,7 +137,15 @@ int replay(const Options& options) {
         complain("--speed must be a number of bytes a second, or max");
         return kWrongUsage;
     }
-    return options.pty ? replayOnPty(options, static_cast<std::uint64_t>(*url->speed)) : replayHere(options);
+    const auto source = ByteSource::open(options.file, error);
+    if (source && source->peek(1).empty())
+        error =
+            source->error().empty() ? options.file + ": is empty, there is nothing to play" : source->error();
+    if (!error.empty()) {
+        complain(error);
+        return kFailed;
+    }
+    return options.pty ? replayOnPty(*source, static_cast<std::uint64_t>(*url->speed)) : replayHere(options);
 }
 
 }  // namespace

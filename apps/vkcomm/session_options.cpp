@@ -21,10 +21,6 @@ struct Unit {
 
 constexpr Unit kUnits[] = {{"ms", 1.0}, {"s", 1000.0}, {"m", 60'000.0}, {"h", 3'600'000.0}, {"", 1000.0}};
 
-std::string checkDuration(const std::string& text) {
-    return parseDuration(text) ? "" : text + " is no time such as 10s, 500ms or 2m";
-}
-
 std::string checkFamily(const std::string& name) {
     return findFamily(name) ? "" : name + " is no receiver family";
 }
@@ -47,7 +43,7 @@ std::unique_ptr<sim::LiveSimulator> startSimulator(const PortUrl& url, bool isRo
         return nullptr;
     }
     SystemError failure;
-    auto server = openPtyServer(failure);
+    auto server = openLocalServer(failure);
     if (!server) {
         error = failure.message();
         return nullptr;
@@ -77,6 +73,10 @@ std::optional<std::chrono::milliseconds> parseDuration(std::string_view text) {
         return std::chrono::milliseconds(static_cast<long long>(time));
     }
     return std::nullopt;
+}
+
+std::string checkDuration(const std::string& text) {
+    return parseDuration(text) ? "" : text + " is no time such as 10s, 500ms or 2m";
 }
 
 void addSessionOptions(CLI::App& verb, SessionChoice& choice) {
