@@ -20,6 +20,9 @@ constexpr Scenario kScenarios[] = {
     {"ports", "64 ports, each with 20 blocks of 1 kB a second", manyPorts},
     {"queue", "100,000 queued write requests", writeQueue},
     {"cycles", "ten thousand times open, talk, close", openAndClose},
+    {"corrections", "messages of a caster, one by one and in a burst, to a receiver", corrections},
+    {"roads", "more than the maker's slow roads carry", roads},
+    {"relays", "200 relays, each with 2 kB a second", relays},
 };
 
 void print(const char* what, double value, const char* unit) {

@@ -13,6 +13,9 @@ bool portLatency(Length length);
 bool manyPorts(Length length);
 bool writeQueue(Length length);
 bool openAndClose(Length length);
+bool corrections(Length length);
+bool roads(Length length);
+bool relays(Length length);
 
 void figure(const char* what, double value, const char* unit);
 // The same with an aim that the value shall not pass.

@@ -80,10 +80,10 @@ Lines played(const std::string& name) {
     return lines;
 }
 
-// Bytes through a pseudo-terminal, which is unplugged behind them.
+// Bytes through a line, which is unplugged behind them.
 Lines received(const std::string& bytes) {
     SystemError failure;
-    auto server = openPtyServer(failure);
+    auto server = openLocalServer(failure);
     EXPECT_TRUE(server) << failure.message();
     std::string error;
     const auto url = parsePortUrl("serial:" + server->address() + "?baud=115200", error);
