@@ -30,10 +30,16 @@ public:
 
     // The next bytes that somebody has sent; 0 when there are none.
     virtual std::size_t read(std::span<unsigned char> buffer) = 0;
+
+    // Bits per second that whoever is attached has set for the line; 0 where lines have no rate.
+    virtual std::uint32_t lineRate() { return 0; }
 };
 
 // A new pseudo-terminal, without echo and line editing. Null on failure.
 VKCOMM_API std::unique_ptr<ByteServer> openPtyServer(SystemError& error);
+
+// For programs of this machine: a pseudo-terminal where the system has them, else a TCP port that it alone reaches.
+VKCOMM_API std::unique_ptr<ByteServer> openLocalServer(SystemError& error);
 
 // Listens on a port of the given local address, as text; port 0 takes a free one. Null on failure.
 VKCOMM_API std::unique_ptr<ByteServer> openTcpServer(const std::string& address, std::uint16_t port,

@@ -22,6 +22,7 @@ struct SocketAddress {
     std::uint32_t address = 0;
     std::uint16_t port = 0;
 
+    // NOLINTNEXTLINE(modernize-use-nullptr): the zero in it is no pointer
     friend auto operator<=>(const SocketAddress&, const SocketAddress&) = default;
 };
 

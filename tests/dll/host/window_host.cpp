@@ -1,29 +1,44 @@
 // A host with a window: its procedure gets what ports and sockets post, across the boundary of the DLL.
 //
-// The system's header comes first and brings its macros min, max, IN and OUT; frameworks add ERROR and more.
+// The system's header comes first and brings macros such as IN and OUT; other frameworks bring min, max and ERROR, which
+// the standard library of this compiler itself bears only behind its headers.
 #include <windows.h>
 
-#ifndef min
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <deque>
+#include <fstream>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <span>
+#include <string>
+#include <thread>
+#include <vector>
+
+#undef min
+#undef max
+#undef ERROR
+#undef IN
+#undef OUT
 #define min(a, b) (((a) < (b)) ? (a) : (b))
 #define max(a, b) (((a) > (b)) ? (a) : (b))
-#endif
-#ifndef ERROR
 #define ERROR 0
-#endif
-#ifndef IN
 #define IN
 #define OUT
-#endif
 
 #include <vkcomm/vkcomm.h>
 
 #include <vkcomm/platform/listener.h>
-
-#include <cstdio>
-#include <fstream>
-#include <map>
-#include <string>
-#include <vector>
 
 using namespace vkcomm;
 
@@ -108,7 +123,7 @@ void playsAFile(WindowTarget& target) {
     while (port.Decoder().Read() == CNOut::RETURN_COMPLETE)
         fixes += nmea.bProcessGGA(port.Decoder().Get());
     expect(fixes == 2, "two sentences decoded");
-    expect(nmea.strGetGPGGA().substr(0, 7) == L"$GPGGA,", "a string made inside is read outside");
+    expect(CNOEM4Format().strGetGPGGA().substr(0, 7) == L"$GPGGA,", "a string made inside is read outside");
     port.vClosePort();
 }
 

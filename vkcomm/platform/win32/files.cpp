@@ -94,6 +94,7 @@ private:
         std::wstring beside;
         Handle file = createBeside(beside);
         if (!file) return ::GetLastError();
+        if (exists) ::SetFileAttributesW(beside.c_str(), ::GetFileAttributesW(m_path.c_str()));
         if (writeAll(file.get(), m_bytes) && ::FlushFileBuffers(file.get()) != 0 && file.close() &&
             rename(beside, exists))
             return ERROR_SUCCESS;
@@ -103,8 +104,7 @@ private:
         return cause;
     }
 
-    // Replacing gives the new file the rights and attributes of the old; where the disk cannot do that, moving does
-    // the rest.
+    // Replacing gives the new file the rights of the old, too; where the disk cannot do that it is moved.
     bool rename(const std::wstring& beside, bool exists) const {
         if (exists && ::ReplaceFileW(m_path.c_str(), beside.c_str(), nullptr, REPLACEFILE_IGNORE_MERGE_ERRORS,
                                      nullptr, nullptr) != 0)

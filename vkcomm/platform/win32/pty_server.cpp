@@ -9,4 +9,8 @@ std::unique_ptr<ByteServer> openPtyServer(SystemError& error) {
     return nullptr;
 }
 
+std::unique_ptr<ByteServer> openLocalServer(SystemError& error) {
+    return openTcpServer("127.0.0.1", 0, error);
+}
+
 }  // namespace vkcomm

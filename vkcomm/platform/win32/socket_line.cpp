@@ -1,4 +1,5 @@
 // Receivers that serve their stream on a TCP port, and Bluetooth serial links by sockets of the system.
+#include <algorithm>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -52,7 +53,12 @@ public:
 
     DWORD setEventMask(std::uint32_t /*mask*/) override { return ERROR_SUCCESS; }
 
-    DWORD setQueueSizes(std::uint32_t /*in*/, std::uint32_t /*out*/) override { return ERROR_SUCCESS; }
+    // The queues are the system's own, which may hold more: what goes beyond the size is told only later.
+    DWORD setQueueSizes(std::uint32_t in, std::uint32_t /*out*/) override {
+        const std::scoped_lock lock(m_lock);
+        m_queueIn = in;
+        return ERROR_SUCCESS;
+    }
 
     DWORD getState(CommState& state) override {
         const std::scoped_lock lock(m_lock);
@@ -81,6 +87,8 @@ public:
         const auto socket = this->socket();
         count = static_cast<std::uint32_t>(socket->queued());
         if (count == 0 && socket->waitReadable(0ms, m_wake) != SocketState::kTimeout) count = 1;
+        const std::scoped_lock lock(m_lock);
+        if (m_queueIn > 0) count = std::min(count, m_queueIn);
         return ERROR_SUCCESS;
     }
 
@@ -141,6 +149,7 @@ private:
     HANDLE m_wake = nullptr;
     mutable std::mutex m_lock;
     SocketPointer m_socket;
+    std::uint32_t m_queueIn = 0;  // 0: of any size
     CommTimeouts m_timeouts{CommTimeouts::kReturnAtOnce, 0, 0, 10, 1000};
     CommState m_state{.BaudRate = 115200, .fBinary = 1, .ByteSize = 8};
 };

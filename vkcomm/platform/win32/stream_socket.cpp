@@ -85,18 +85,9 @@ SocketState Socket::waitReadable(milliseconds time, HANDLE wake) {
     }
 }
 
-// How a connection ended may be told with the event alone.
 int Socket::receive(std::span<unsigned char> buffer, sockaddr* sender, int* senderSize) {
     void* bytes = buffer.data();
-    const int count =
-        ::recvfrom(m_socket, static_cast<char*>(bytes), length(buffer.size()), 0, sender, senderSize);
-    if (count != 0) return count;
-    WSANETWORKEVENTS happened{};
-    ::WSAEnumNetworkEvents(m_socket, m_changed.get(), &happened);
-    if ((happened.lNetworkEvents & FD_CLOSE) != 0) m_endCode = happened.iErrorCode[FD_CLOSE_BIT];
-    if (m_endCode == 0) return 0;
-    ::WSASetLastError(m_endCode);
-    return SOCKET_ERROR;
+    return ::recvfrom(m_socket, static_cast<char*>(bytes), length(buffer.size()), 0, sender, senderSize);
 }
 
 std::size_t Socket::queued() const {

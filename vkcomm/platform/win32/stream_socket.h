@@ -48,9 +48,7 @@ public:
 
 private:
     const SOCKET m_socket;
-    // of the reading thread
-    KernelEvent m_changed;
-    int m_endCode = 0;  // why the connection ended; 0: its peer closed it
+    KernelEvent m_changed;  // for the reading thread
 };
 
 // Starts Winsock for as long as the process lives; 0 or the number of the failure.
