@@ -23,7 +23,7 @@ constexpr int kTableReplies = 10;
 // A caster that does not understand one version is asked in the other after this part of a pause.
 constexpr int kOtherVersionSooner = 4;
 constexpr std::size_t kMostMountsShown = 5;
-constexpr std::string_view kEndOfTable = "ENDSOURCETABLE";
+constexpr std::string_view kLastLine = "ENDSOURCETABLE";
 
 constexpr std::array<std::string_view, 7> kStateNames = {
     "idle", "connecting", "asked", "streaming", "source-table", "pausing", "over",
@@ -92,6 +92,14 @@ std::string similarMounts(const std::string& table, const std::string& mount) {
     if (streams.size() > kMostMountsShown)
         text += " and " + std::to_string(streams.size() - kMostMountsShown) + " others";
     return text;
+}
+
+// Where the last line of the table begins, at from or behind it.
+std::size_t lastLine(const std::string& table, std::size_t from) {
+    std::size_t at = table.find(kLastLine, from);
+    while (at != table.npos && at > 0 && table[at - 1] != '\n')
+        at = table.find(kLastLine, at + 1);
+    return at;
 }
 
 std::string secondsText(std::chrono::milliseconds time) {
@@ -180,9 +188,12 @@ void NtripDialogue::takeStream(std::string_view body, Milliseconds now) {
 }
 
 void NtripDialogue::takeTable(std::string_view body, Milliseconds now) {
-    const std::size_t lookedAt = m_table.size() - std::min(m_table.size(), kEndOfTable.size());
+    const std::size_t lookFrom = m_table.size() - std::min(m_table.size(), kLastLine.size());
     m_table += body;
-    if (m_table.find(kEndOfTable, lookedAt) != m_table.npos) return endTable(now);
+    if (const std::size_t last = lastLine(m_table, lookFrom); last != m_table.npos) {
+        m_table.resize(last + kLastLine.size());
+        return endTable(now);
+    }
     if (m_table.size() > kLongestTable) fail(NtripFailure::kMalformed, "the source table does not end", now);
 }
 

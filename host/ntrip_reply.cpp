@@ -41,6 +41,11 @@ std::string_view firstLine(std::string_view head) {
     return trimmed(head.substr(0, std::min(head.find('\n'), head.size())));
 }
 
+// The number behind the first word; 0 without one.
+long statusIn(std::string_view statusLine) {
+    return parseInteger(statusLine.substr(std::min(statusLine.find(' '), statusLine.size())));
+}
+
 // The value of a field of the head; empty without it.
 std::string_view field(std::string_view head, std::string_view name) {
     while (!head.empty()) {
@@ -123,7 +128,7 @@ NtripOutcome NtripReply::feed(std::string_view bytes, std::string& body) {
 // The bytes of the head once it is whole; 0 while it is not.
 std::size_t NtripReply::readHead() {
     const std::string_view held = m_held;
-    const std::size_t lineEnd = held.find('\n');
+    const std::size_t lineEnd = held.substr(0, kLongestHead).find('\n');
     const auto isKnown = [held](std::string_view start) {
         return held.substr(0, start.size()) == start.substr(0, held.size());
     };
@@ -135,7 +140,7 @@ std::size_t NtripReply::readHead() {
     } else if (held.starts_with("ERROR")) {
         settle(outcomeOfError(firstLine(held)), firstLine(held));
     } else if (held.starts_with("ICY ")) {
-        settle(outcomeOf(parseInteger(held.substr(4))), firstLine(held));
+        settle(outcomeOf(statusIn(firstLine(held))), firstLine(held));
         m_afterIcy = true;
         size = lineEnd + 1;
     } else {
@@ -148,12 +153,13 @@ std::size_t NtripReply::readHead() {
 
 std::size_t NtripReply::readHttpHead(std::string_view held) {
     const std::size_t end = std::min(held.find("\r\n\r\n"), held.find("\n\n"));
-    if (end == held.npos || end > kLongestHead) return 0;
+    if (end == held.npos) return 0;
+    const std::size_t size = end + (held[end] == '\r' ? 4 : 2);
+    if (size > kLongestHead) return 0;
     const std::string_view head = held.substr(0, end);
     const bool isTable = held.starts_with("SOURCETABLE") ||
                          lowered(field(head, "content-type")).starts_with("gnss/sourcetable");
-    const std::size_t blank = std::min(head.find(' '), head.size());
-    const NtripOutcome outcome = outcomeOf(parseInteger(head.substr(blank)));
+    const NtripOutcome outcome = outcomeOf(statusIn(firstLine(head)));
     const bool isStream = outcome == NtripOutcome::kStream;
     settle(isStream && isTable ? NtripOutcome::kSourceTable : outcome, firstLine(head));
     if (outcome == NtripOutcome::kRedirected) settle(outcome, field(head, "location"));
@@ -161,7 +167,7 @@ std::size_t NtripReply::readHttpHead(std::string_view held) {
         settle(NtripOutcome::kMalformed, "a web page");
     if (lowered(field(head, "transfer-encoding")).find("chunked") != std::string::npos)
         m_chunk = Chunk::kSize;
-    return end + (held[end] == '\r' ? 4 : 2);
+    return size;
 }
 
 void NtripReply::settle(NtripOutcome outcome, std::string_view text) {
@@ -182,10 +188,10 @@ void NtripReply::appendAfterIcy(std::string_view bytes, std::string& body) {
         }
         const std::size_t name = std::min(m_held.find_first_not_of(kNameCharacters), m_held.size());
         if (name == m_held.size() && name < kLongestIcyName) return;
-        if (name == m_held.size() || name == 0 || m_held[name] != ':') break;
+        if (name >= kLongestIcyName || name == 0 || m_held[name] != ':') break;
         const std::size_t lineEnd = m_held.find('\n');
         if (lineEnd == m_held.npos && m_held.size() < kLongestIcyLine) return;
-        if (lineEnd == m_held.npos) break;
+        if (lineEnd >= kLongestIcyLine) break;
         m_held.erase(0, lineEnd + 1);
     }
     m_afterIcy = false;

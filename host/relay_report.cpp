@@ -29,6 +29,7 @@ std::string sizeText(std::uint64_t bytes) {
 
 void appendMessages(std::string& text, const CasterRelayStatus& status) {
     std::size_t shown = 0;
+    if (status.caster.bytes > 0) text += ' ';
     for (const auto& [message, count] : status.messages) {
         if (++shown > kMostTypes) break;
         appendFormat(text, " %d:%llu", message, static_cast<unsigned long long>(count));
@@ -45,7 +46,7 @@ void appendMessages(std::string& text, const CasterRelayStatus& status) {
 
 std::string relayLine(const CasterRelayStatus& status, const ReceiverSnapshot& receiver) {
     std::string text(stateName(status.state));
-    text += "  " + sizeText(status.caster.bytes) + " ";
+    text += "  " + sizeText(status.caster.bytes);
     appendMessages(text, status);
     if (status.age) appendFormat(text, "  age %.1f s", secondsOf(*status.age));
     if (status.relay.droppedBlocks > 0)

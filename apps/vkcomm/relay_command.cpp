@@ -153,10 +153,6 @@ private:
     std::chrono::milliseconds m_nextLine{};
 };
 
-std::string checkDuration(const std::string& text) {
-    return parseDuration(text) ? "" : text + " is no time such as 10s";
-}
-
 }  // namespace
 
 void addRelay(CLI::App& app, Run& run) {

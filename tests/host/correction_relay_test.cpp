@@ -7,6 +7,7 @@
 
 #include "host/byte_text.h"
 #include "host/relay_report.h"
+#include "tests/net/fake_network.h"
 #include "tests/ports/port_fixture.h"
 #include "vkcomm/control/trimble_port.h"
 
@@ -193,6 +194,39 @@ TEST_F(PortRoad, TheSlowRoadsTakeOneBlockWhileTheQueueIsEmpty) {
             std::this_thread::yield();
     }
     EXPECT_EQ(port.Counters().skipped, 0U);
+}
+
+TEST_F(PortRoad, ACasterFeedsAPort) {
+    // A look-up may outlast who asked for it, so what it asks is never gone.
+    static auto& wire = *new test::Wire;
+    static auto& network = *new test::FakeNetwork(wire);
+    wire.arrivals = {{0, "ICY 200 OK\r\n\r\n"}, {0, std::string(2000, 'a')}, {0, std::string(500, 'b')}};
+    ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    std::string error;
+    CasterRelayOptions options;
+    options.caster.version = NtripVersion::k1;
+    options.network = &network;
+    CasterRelay relay(parseCasterUrl("ntrip://caster/M", error).value(), port, options);
+    relay.setPosition("GGA");
+    ASSERT_TRUE(relay.start());
+    const auto sent = [] {
+        const std::lock_guard guard(wire.lock);
+        return wire.sent;
+    };
+    while (relay.status().relay.sentBytes < 2500 || relay.status().caster.positions == 0 ||
+           !sent().ends_with("GGA"))
+        std::this_thread::yield();
+    relay.stop();
+    while (port.nQueueDepth() > 0)
+        std::this_thread::yield();
+    std::string written;
+    for (const std::string& piece : device->written())
+        written += piece;
+    EXPECT_EQ(written, std::string(2000, 'a') + std::string(500, 'b'));
+    EXPECT_EQ(relay.status().state, NtripState::kStreaming);
+    EXPECT_EQ(relay.takeEvents().size(), 3U) << "connecting, accepted, streaming";
+    EXPECT_EQ(relay.takeEvents().size(), 0U);
+    CloseWSA();
 }
 
 TEST(RelayReport, TellsWhatFlows) {

@@ -69,6 +69,11 @@ TEST(NtripReply, UnderstandsEveryCaster) {
         {"no caster", "SSH-2.0-OpenSSH_9\r\n", kMalformed, ""},
         {"half a head", "HTTP/1.1 200 OK\r\nServer: x\r\n", kWaiting, ""},
         {"a head without end", "HTTP/1.1 200 OK\r\nX: " + std::string(17000, 'x'), kMalformed, ""},
+        {"a status on the next line", "ICY \r\n 200 OK\r\n", kMalformed, ""},
+        {"a field with too long a name", "ICY 200 OK\r\n" + letters + ": x\r\n", kStream,
+         letters + ": x\r\n"},
+        {"a field that is too long", "ICY 200 OK\r\nX: " + std::string(1100, 'x') + "\r\n", kStream,
+         "X: " + std::string(1100, 'x') + "\r\n"},
     };
     for (const Case& c : cases)
         for (const std::size_t piece : {std::size_t{1}, std::size_t{7}, c.reply.size()}) {

@@ -95,7 +95,6 @@ struct SocketFaults : testing::Test {
         EXPECT_EQ(countOf("/proc/self/fd"), descriptors);
     }
 
-    // False when the connection was refused at once.
     void open() {
         peer.emplace();
         ASSERT_EQ(socket->Create(CCESocket::SOCKET_TCP, &messages), 1);
@@ -127,6 +126,7 @@ TEST_F(SocketFaults, PeersThatEnd) {
                       p.close();
                   },
                   closed},
+#ifndef _WIN32  // Wine takes a reset for an end
              // A connection that is closed with unread bytes is reset.
              Case{"resets",
                   [](Peer&p, CCESocket&s) {
@@ -135,6 +135,7 @@ TEST_F(SocketFaults, PeersThatEnd) {
                       p.close();
                   },
                   {"1068 1", "1068 2", "1066 -1"}},
+#endif
          }) {
         Messages told;
         Peer own;

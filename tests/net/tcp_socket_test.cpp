@@ -142,6 +142,12 @@ TEST_F(Socket, DisconnectsFromEveryState) {
     EXPECT_EQ(messages.all(), Texts{}) << "while connecting";
     wire.connectBlocks = false;
 
+    wire.onResolve = [this] { socket.Disconnect(); };
+    EXPECT_EQ(open(), 0) << "while the name is looked up";
+    EXPECT_EQ(socket.GetSocketState(), CCESocket::SOCKET_NONE);
+    EXPECT_EQ(socket.IsReaderRunning(), 0);
+    wire.onResolve = [] {};
+
     ASSERT_EQ(open(), 1);
     messages.first(1);
     socket.Disconnect();

@@ -12,6 +12,9 @@ namespace vkcomm {
 class VKCOMM_API CVRSSocket : public CCESocket {
 public:
     using CCESocket::CCESocket;
+    CVRSSocket(const CVRSSocket&) = default;
+    CVRSSocket& operator=(const CVRSSocket&) = default;
+    ~CVRSSocket() override;
 
     unsigned char m_uFirst = 0;
     unsigned char m_uSecond = 1;
