@@ -9,7 +9,10 @@
 namespace vkcomm::sim {
 
 // What questions are answered about: a moment at which the encoders send everything they have.
-inline Epoch momentOfAnswers() { return Truth({}).at(12'000); }
+inline const Epoch& momentOfAnswers() {
+    static const Epoch moment = Truth({}).at(12'000);
+    return moment;
+}
 
 // Appends the frames for which isWanted holds.
 template <typename IsWanted>

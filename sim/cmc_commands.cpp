@@ -2,15 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
-#include <numbers>
 
 #include "sim/answers.h"
-#include "sim/arguments.h"
 #include "sim/cmc_encoder.h"
 #include "sim/cmc_messages.h"
+#include "sim/command_text.h"
+#include "sim/reference_position.h"
 #include "vkcomm/util/checksums.h"
-#include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
 
@@ -21,16 +19,7 @@ constexpr std::size_t kHead = 4, kFraming = 6;
 
 constexpr std::array<unsigned char, 6> kTold{20, 30, 33, 45, 49, 75};
 
-std::string messageName(unsigned char number) {
-    std::string name = "message ";
-    appendInteger(name, number);
-    return name;
-}
-
-void addDegrees(std::string& text, double radians) {
-    appendFixed(text, radians * (180.0 / std::numbers::pi), 9);
-    text += ' ';
-}
+std::string messageName(unsigned char number) { return "message " + wholeText(number); }
 
 }  // namespace
 
@@ -70,33 +59,25 @@ std::string CmcCommands::obeyMessage(unsigned char number, bool isRepeated, Byte
     return {};
 }
 
-// A password, two bytes that choose the position, height, latitude and longitude in doubles, radians.
+// A password, two bytes that choose the position, height, latitude, longitude.
 std::string CmcCommands::setPosition(ByteSpan data) {
     ByteReader reader(data);
     const std::string_view password = asText(reader.bytes(6));
-    const auto kind = reader.le<std::uint16_t>();
-    const auto height = reader.le<double>(), latitude = reader.le<double>(), longitude = reader.le<double>();
+    const auto choice = reader.le<std::uint16_t>();
+    ReferencePosition position;
+    for (double* const value : {&position.height, &position.latitude, &position.longitude})
+        *value = reader.le<double>();
     if (!reader.ok() || reader.remaining() != 0) return "wrong length";
-    if (password != "UGPS-B" || kind != 0x17EB) return "wrong password";
-    // written so that NaN is outside
-    if (!(std::abs(latitude) <= std::numbers::pi / 2)) return "the latitude is beyond 90 degrees";
-    if (!(std::abs(longitude) <= std::numbers::pi * 2)) return "the longitude is beyond 360 degrees";
-    if (!(height >= -1000.0 && height <= 20e6)) return "the height is out of range";
-    std::string position;
-    addDegrees(position, latitude);
-    addDegrees(position, longitude);
-    appendFixed(position, height, 3);
+    if (password != "UGPS-B" || choice != 0x17EB) return "wrong password";
+    if (std::string problem = problemOf(position); !problem.empty()) return problem;
     m_settings.set("mode", "base");
-    m_settings.set("position", position);
+    m_settings.set("position", textOf(position));
     return {};
 }
 
 std::string CmcCommands::setBytes(unsigned char number, ByteSpan data, std::size_t size) {
     if (data.size() != size) return "wrong length";
-    std::string text;
-    for (const unsigned char byte : data)
-        appendFormat(text, text.empty() ? "%02X" : " %02X", unsigned{byte});
-    m_settings.set(messageName(number), text);
+    m_settings.set(messageName(number), hexText(data));
     return {};
 }
 

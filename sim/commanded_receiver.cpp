@@ -2,8 +2,9 @@
 
 #include <algorithm>
 
-#include "sim/arguments.h"
+#include "sim/command_text.h"
 #include "sim/correction_frame.h"
+#include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
 
@@ -57,6 +58,10 @@ Reaction CommandedReceiver::passOn(CommandedReceiver& other, ByteSpan bytes) {
     for (std::size_t i = notes.size() - std::min(added, notes.size()); i < notes.size(); ++i)
         note(notes[i].command, notes[i].problem);
     return reaction;
+}
+
+std::uint32_t CommandedReceiver::portRate() const {
+    return static_cast<std::uint32_t>(std::max(0L, parseInteger(m_settings.get(rateSetting()))));
 }
 
 void CommandedReceiver::note(std::string command, std::string problem) {

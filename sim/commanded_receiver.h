@@ -54,6 +54,9 @@ public:
 
     const ReceiverSettings& settings() const { return m_settings; }
 
+    // The rate that commands have given the port which they come by; 0 when none has.
+    std::uint32_t portRate() const;
+
     // The newest notes, kMostNotes at most, oldest first.
     const std::deque<CommandNote>& notes() const { return m_notes; }
 
@@ -69,6 +72,9 @@ protected:
     virtual Front frontOf(ByteSpan bytes) const = 0;
     // Obeys what frontOf called a command: notes it, once or more, and appends what there is to answer.
     virtual void obey(ByteSpan command, Reaction& reaction) = 0;
+
+    // The setting that begins with the rate of the port which commands come by; empty when there is none.
+    virtual std::string_view rateSetting() const { return {}; }
 
     void note(std::string command, std::string problem = {});
     // Lets another receiver, inside or behind this one, take bytes: its notes become this one's.

@@ -5,11 +5,8 @@
 
 #include "sim/answers.h"
 #include "sim/csi_encoder.h"
-#include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
-
-using namespace std::string_view_literals;
 
 namespace {
 
@@ -17,14 +14,8 @@ constexpr std::string_view kTaken = "$>\r\n";
 
 // "this" or, when the command says so, the other port.
 std::string portOf(Arguments& arguments) {
-    constexpr std::array kOther{"OTHER"sv};
+    constexpr std::string_view kOther = "OTHER";
     return arguments.isOver() ? "this port" : arguments.oneOf(kOther) + " port";
-}
-
-std::string decimal(long long value) {
-    std::string text;
-    appendInteger(text, value);
-    return text;
 }
 
 }  // namespace
@@ -73,15 +64,13 @@ void CsiCommands::identity(Arguments& arguments) {
 
 // JASC,sentence,rate[,OTHER]
 void CsiCommands::sentence(Arguments& arguments) {
-    constexpr std::array kSentences{"GPGGA"sv, "GPGLL"sv, "GPGSA"sv, "GPGST"sv, "GPGSV"sv,
-                                    "GPRMC"sv, "GPRRE"sv, "GPVTG"sv, "GPZDA"sv};
+    constexpr std::string_view kSentences = "GPGGA GPGLL GPGSA GPGST GPGSV GPRMC GPRRE GPVTG GPZDA";
     setOutput(arguments.oneOf(kSentences), arguments);
 }
 
 // JBIN,message,rate[,OTHER]
 void CsiCommands::message(Arguments& arguments) {
-    constexpr std::array kMessages{"1"sv,  "2"sv,  "80"sv, "93"sv, "94"sv,
-                                   "95"sv, "96"sv, "97"sv, "98"sv, "99"sv};
+    constexpr std::string_view kMessages = "1 2 80 93 94 95 96 97 98 99";
     setOutput("BIN " + arguments.oneOf(kMessages), arguments);
 }
 
@@ -98,7 +87,7 @@ void CsiCommands::setOutput(const std::string& name, Arguments& arguments) {
 
 // JBAUD,rate[,OTHER]
 void CsiCommands::baud(Arguments& arguments) {
-    constexpr std::array kRates{"4800"sv, "9600"sv, "19200"sv, "38400"sv, "57600"sv, "115200"sv};
+    constexpr std::string_view kRates = "4800 9600 19200 38400 57600 115200";
     const std::string rate = arguments.oneOf(kRates);
     const std::string of = portOf(arguments);
     if (arguments.done()) m_settings.set(of, rate + " baud");
@@ -106,18 +95,18 @@ void CsiCommands::baud(Arguments& arguments) {
 
 void CsiCommands::mask(Arguments& arguments) {
     const long long degrees = arguments.whole(0, 60);
-    if (arguments.done()) m_settings.set("elevation mask", decimal(degrees));
+    if (arguments.done()) m_settings.set("elevation mask", wholeText(degrees));
 }
 
 void CsiCommands::source(Arguments& arguments) {
-    constexpr std::array kSources{"WAAS"sv, "BEACON"sv, "RTCM"sv, "OTHER"sv, "NONE"sv, "THIS"sv};
+    constexpr std::string_view kSources = "WAAS BEACON RTCM OTHER NONE THIS";
     const std::string source = arguments.oneOf(kSources);
     if (arguments.done()) m_settings.set("corrections", source);
 }
 
 void CsiCommands::age(Arguments& arguments) {
     const long long seconds = arguments.whole(6, 8100);
-    if (arguments.done()) m_settings.set("correction age", decimal(seconds) + " s");
+    if (arguments.done()) m_settings.set("correction age", wholeText(seconds) + " s");
 }
 
 void CsiCommands::off(Arguments& arguments) {

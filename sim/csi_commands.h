@@ -16,6 +16,8 @@ protected:
 
     void obey(ByteSpan command, Reaction& reaction) override;
 
+    std::string_view rateSetting() const override { return "this port"; }
+
 private:
     struct Row;
     static const Row kRows[];

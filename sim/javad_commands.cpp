@@ -10,8 +10,6 @@
 
 namespace vkcomm::sim {
 
-using namespace std::string_view_literals;
-
 namespace {
 
 // ---- parameters
@@ -85,9 +83,9 @@ const Parameter* findParameter(std::string_view name) {
     return found == std::end(kParameters) ? nullptr : found;
 }
 
+// Names and values of parameters must be written as they are.
 bool isIn(std::string_view choices, const std::string& value) {
-    const Words words = splitWords(choices, ' ');
-    return std::ranges::find(words, value) != words.end();
+    return !value.empty() && choiceOf(choices, value) == value;
 }
 
 // {W84,x,y,z}, in metres, near the earth.
@@ -114,6 +112,18 @@ bool takes(const Parameter& parameter, const std::string& value) {
     case Takes::kText: return value.starts_with('{') && value.ends_with('}');
     }
     return false;
+}
+
+// Of a parameter that nobody has set.
+std::string usualValue(const Parameter& parameter) {
+    switch (parameter.takes) {
+    case Takes::kChoice: return splitWords(parameter.choices, ' ').front();
+    case Takes::kWhole: return "0";
+    case Takes::kNumber: return "1.0";
+    case Takes::kPosition: return "{W84,0,0,0}";
+    case Takes::kText: return "{}";
+    }
+    return {};
 }
 
 // Lists are set as a whole: the '/' behind their name says no more.
@@ -258,9 +268,10 @@ JavadCommands::Outcome JavadCommands::print(const Words& words) {
     const std::string name = fullName(words[0]);
     const auto* constant = std::ranges::find(kConstants, name, &Constant::name);
     if (constant != std::end(kConstants)) return {std::string(constant->value), ""};
-    if (!findParameter(name)) return {"", "unknown parameter"};
+    const Parameter* parameter = findParameter(name);
+    if (!parameter) return {"", "unknown parameter"};
     const std::string value = m_settings.get(name);
-    return {value.empty() ? "default" : value, ""};
+    return {value.empty() ? usualValue(*parameter) : value, ""};
 }
 
 // em,port,messages

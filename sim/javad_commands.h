@@ -9,7 +9,7 @@
 #include <string>
 #include <string_view>
 
-#include "sim/arguments.h"
+#include "sim/command_text.h"
 #include "sim/commanded_receiver.h"
 
 namespace vkcomm::sim {
@@ -19,6 +19,8 @@ protected:
     Front frontOf(ByteSpan bytes) const override { return lineFront(bytes); }
 
     void obey(ByteSpan command, Reaction& reaction) override;
+
+    std::string_view rateSetting() const override { return "/par/dev/ser/a/rate"; }
 
 private:
     struct Row;

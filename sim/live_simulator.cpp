@@ -10,6 +10,7 @@ using namespace std::chrono_literals;
 
 LiveSimulator::LiveSimulator(const LiveOptions& options, std::unique_ptr<ByteServer> server, Clock& clock)
     : m_address(server->address()), m_clock(clock), m_stream(options), m_server(std::move(server)),
+      m_rover(options.rover), m_rate(options.baud), m_random(options.seed ^ 0xBAD),
       m_receiver(makeCommandedReceiver(options.family)) {}
 
 LiveSimulator::~LiveSimulator() { stop(); }
@@ -74,16 +75,45 @@ void LiveSimulator::receive() {
         if (size == 0) break;
         obey(ByteSpan(buffer).first(size));
     }
-    if (m_betweenEpochs) write(std::exchange(m_answers, {}));
+    if (m_betweenEpochs) answer();
 }
 
 void LiveSimulator::obey(ByteSpan bytes) {
+    const std::uint32_t rate = theirRate();
+    Reaction reaction;
     const std::scoped_lock lock(m_lock);
     m_totals.bytesReceived += bytes.size();
-    const Reaction reaction = m_receiver->receive(bytes);
+    if (rate == 0)
+        reaction = m_receiver->receive(bytes);
+    else
+        obeyAtRate(bytes, rate, reaction);
     m_rover.receive(reaction.rest, m_clock.now());
     m_answers.insert(m_answers.end(), reaction.answer.begin(), reaction.answer.end());
 }
+
+// Byte by byte, since each may end the command that changes the rate.
+void LiveSimulator::obeyAtRate(ByteSpan bytes, std::uint32_t rate, Reaction& reaction) {
+    for (const unsigned char& byte : bytes) {
+        const std::uint32_t changed = m_receiver->portRate();
+        if (rate != (changed != 0 ? changed : m_rate)) {
+            ++m_totals.bytesGarbled;
+            continue;
+        }
+        const Reaction each = m_receiver->receive({&byte, 1});
+        reaction.say(each.answer);
+        reaction.leave(each.rest);
+    }
+}
+
+void LiveSimulator::answer() {
+    write(std::exchange(m_answers, {}));
+    if (m_rate == 0) return;
+    const std::scoped_lock lock(m_lock);
+    if (const std::uint32_t changed = m_receiver->portRate(); changed != 0) m_rate = changed;
+}
+
+// Of who is attached; 0 when it does not matter.
+std::uint32_t LiveSimulator::theirRate() { return m_rate != 0 ? m_server->lineRate() : 0; }
 
 void LiveSimulator::send(const LivePiece& piece) {
     write(piece.bytes);
@@ -94,6 +124,12 @@ void LiveSimulator::send(const LivePiece& piece) {
 
 void LiveSimulator::write(ByteSpan bytes) {
     if (bytes.empty()) return;
+    std::vector<unsigned char> garbage;
+    if (const std::uint32_t rate = theirRate(); rate != 0 && rate != m_rate) {
+        garbage.resize(bytes.size());
+        std::ranges::generate(garbage, [&] { return static_cast<unsigned char>(m_random.below(256)); });
+        bytes = garbage;
+    }
     const std::size_t lost = m_server->write(bytes);
     const std::scoped_lock lock(m_lock);
     m_totals.bytesSent += bytes.size();

@@ -13,6 +13,7 @@
 
 #include "sim/commanded_receiver.h"
 #include "sim/live_stream.h"
+#include "sim/random.h"
 #include "sim/rover_quality.h"
 #include "vkcomm/platform/byte_server.h"
 #include "vkcomm/platform/clock.h"
@@ -25,6 +26,7 @@ struct LiveTotals {
     std::uint64_t bytesSent = 0;
     std::uint64_t bytesLost = 0;  // sent while nobody was attached, or to somebody who did not read
     std::uint64_t bytesReceived = 0;
+    std::uint64_t bytesGarbled = 0;  // received at another rate than the port's
 };
 
 // What has become of the commands that were sent to the receiver.
@@ -37,8 +39,9 @@ struct CommandReport {
     std::uint64_t count() const { return obeyed + refused; }
 };
 
-// What is sent to it is commands, whose answers go out behind a whole epoch, or corrections. Operations may be called
-// from any thread.
+// What is sent to it is commands, whose answers go out behind a whole epoch, or corrections. With a rate given, a program
+// whose line has another one than the receiver's port gets garbage and is not understood; a command may change the port's,
+// as soon as it is answered. Operations may be called from any thread.
 class LiveSimulator {
 public:
     // problemWith(options) must be empty, server not null. The clock must outlive the object.
@@ -70,14 +73,19 @@ private:
     bool waitUntil(std::chrono::milliseconds due);
     void receive();
     void obey(ByteSpan bytes);
+    void obeyAtRate(ByteSpan bytes, std::uint32_t rate, Reaction& reaction);
+    void answer();
     void send(const LivePiece& piece);
     void write(ByteSpan bytes);
+    std::uint32_t theirRate();
 
     const std::string m_address;
     Clock& m_clock;
     LiveStream m_stream;  // of the thread, as are those up to m_betweenEpochs
     std::unique_ptr<ByteServer> m_server;
     RoverQuality m_rover;
+    std::uint32_t m_rate;                  // at which the receiver sends; 0: whatever theirs is
+    Random m_random;                       // for garbage
     std::vector<unsigned char> m_answers;  // that wait for the end of an epoch
     bool m_betweenEpochs = true;
     Event m_stop;

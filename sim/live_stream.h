@@ -8,6 +8,7 @@
 
 #include "sim/damage.h"
 #include "sim/recording.h"
+#include "sim/rover_quality.h"
 
 namespace vkcomm::sim {
 
@@ -19,7 +20,9 @@ struct LiveOptions {
     double corruptPercent = 0.0;  // of the frames, broken as damaged recordings have them
     int splits = 1;               // writes that an epoch goes out in, cut anywhere, 1 to 100
     int delayMilliseconds = 0;    // the most by which an epoch is late, 0 to 60,000
+    std::uint32_t baud = 0;       // of the receiver's port, at first; 0: rates do not matter
     bool isRover = false;         // the fix is what setFix says, not what a recording of this time has
+    RoverTimes rover{};           // how soon corrections change it
 };
 
 // What is wrong with the options, in a line for the user; empty when nothing is.

@@ -4,11 +4,10 @@
 #include <cstdint>
 
 #include "sim/answers.h"
-#include "sim/arguments.h"
 #include "sim/byte_writer.h"
+#include "sim/command_text.h"
 #include "sim/maker_encoder.h"
 #include "vkcomm/util/checksums.h"
-#include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
 
@@ -34,43 +33,45 @@ Front blockOf(ByteSpan bytes) {
     return frameFront(bytes, size);
 }
 
-// VVA and seven characters; VVB and what follows up to seven, to the next "VV" or what is no text. Nothing else marks
-// the end of a short one, so that it waits for what comes next.
-Front modemTextOf(ByteSpan bytes) {
-    constexpr std::size_t kHead = 3, kLongest = 10;
-    const std::string_view text = asText(bytes.first(std::min(bytes.size(), kLongest + 1)));
-    for (const std::string_view begin : {"VVA"sv, "VVB"sv}) {
-        if (begin.starts_with(text)) return {};
-        if (!text.starts_with(begin)) continue;
-        for (std::size_t i = kHead; begin == "VVB" && i < text.size() && i < kLongest; ++i) {
-            if (text[i] < ' ' || text[i] > '~' || text[i] == '$' || text.substr(i).starts_with("VV"))
-                return {FrontKind::kCommand, i};
-            if (text[i] == 'V' && i + 1 == text.size()) return {};
-        }
-        return frameFront(bytes, kLongest);
+constexpr std::size_t kModemHead = 3, kLongestModemText = 10;
+
+// Nothing but what comes next marks the end of a VVB text that is shorter than seven characters: another VVA or VVB, a
+// frame, or what is no text.
+Front shortModemText(ByteSpan bytes) {
+    const std::string_view text = asText(bytes);
+    const std::size_t longest = std::min(text.size(), kLongestModemText);
+    for (std::size_t i = kModemHead; i < longest; ++i) {
+        const bool isText = text[i] >= ' ' && text[i] <= '~' && text[i] != '$';
+        if (!isText || text.substr(i).starts_with("VV")) return {FrontKind::kCommand, i};
+        if (text[i] == 'V' && i + 1 == text.size()) return {};
     }
-    return otherFront();
+    return frameFront(bytes, kLongestModemText);
 }
 
-unsigned char crc8Of(ByteSpan bytes) {
+Front modemTextOf(ByteSpan bytes) {
+    const std::string_view head = asText(bytes.first(std::min(bytes.size(), kModemHead)));
+    if (head == "VVA") return frameFront(bytes, kLongestModemText);
+    if (head == "VVB") return shortModemText(bytes);
+    return head == "V" || head == "VV" ? Front{} : otherFront();
+}
+
+// CRC-8 of the bytes and a zero.
+unsigned char secondCheckOf(ByteSpan bytes) {
     unsigned crc = 0;
-    for (const unsigned char byte : bytes) {
-        crc ^= byte;
+    for (std::size_t i = 0; i <= bytes.size(); ++i) {
+        crc ^= i < bytes.size() ? bytes[i] : 0u;
         for (int bit = 0; bit < 8; ++bit)
             crc = (crc << 1 ^ ((crc & 0x80) != 0 ? 0x07u : 0u)) & 0xFF;
     }
     return static_cast<unsigned char>(crc);
 }
 
-// XOR of all before, then the CRC of all before and a zero.
 bool blockChecks(ByteSpan block) {
-    const ByteSpan checked = block.first(block.size() - 3);
-    std::vector<unsigned char> withZero(checked.begin(), checked.end());
-    withZero.push_back(0);
-    return xorOf(checked) == 0 && crc8Of(withZero) == block[block.size() - 3] && endsLine(block);
+    const ByteSpan checked = block.first(block.size() - 3);  // the XOR included
+    return xorOf(checked) == 0 && secondCheckOf(checked) == block[checked.size()] && endsLine(block);
 }
 
-void addBlock(unsigned char id, std::uint16_t word, ByteSpan data, std::vector<unsigned char>& answer) {
+void addBlock(unsigned char id, std::uint16_t word, ByteSpan data, Reaction& reaction) {
     ByteWriter block;
     block.text("@", 1);
     block.le(id);
@@ -79,27 +80,15 @@ void addBlock(unsigned char id, std::uint16_t word, ByteSpan data, std::vector<u
     block.le(word);
     block.append(data);
     block.le(xorOf(block.bytes()));
-    std::vector<unsigned char> withZero(block.bytes().begin(), block.bytes().end());
-    withZero.push_back(0);
-    block.le(crc8Of(withZero));
+    block.le(secondCheckOf(block.bytes()));
     block.text("\r\n", 2);
-    answer.insert(answer.end(), block.bytes().begin(), block.bytes().end());
-}
-
-std::string numbersText(ByteSpan bytes) {
-    std::string text;
-    for (const unsigned char byte : bytes) {
-        if (!text.empty()) text += ' ';
-        appendInteger(text, byte);
-    }
-    return text;
+    reaction.say(block.bytes());
 }
 
 void addReply(std::string_view letters, ByteSpan payload, Reaction& reaction) {
     Piece frames;
     addMakerFrames(letters, payload, frames);
-    addFrames(
-        frames, [](ByteSpan) { return true; }, reaction.answer);
+    reaction.say(frames.bytes);
 }
 
 // What the letters set: so many numbers, or a text.
@@ -217,22 +206,21 @@ void MakerCommands::speakToBoard(ByteSpan payload, Reaction& reaction) {
 }
 
 void MakerCommands::obeyBlock(ByteSpan block, Reaction& reaction) {
-    std::string name = "block ";
-    appendInteger(name, block[1]);
-    if (block.size() < kBlockHead + kBlockTail + 2) return note(name, "the block is too short or too long");
+    std::string name = "block " + wholeText(block[1]);
+    if (block.size() < kBlockHead + 2 + kBlockTail) return note(name, "the block is too short or too long");
     if (!blockChecks(block)) return note(name, "wrong checksum");
     if (block[1] != kMasks) return note(name, "unknown block");
     const auto word = loadLe<std::uint16_t>(block.data() + kBlockHead);
     const ByteSpan data = block.subspan(kBlockHead + 2, block.size() - kBlockHead - 2 - kBlockTail);
     if (!data.empty() && data.size() != 2) return note(name, "not two masks");
-    appendInteger(name += ", masks ", word);
+    name += ", masks " + wholeText(word);
+    note(name + ": " + numbersText(data));
     if (!data.empty()) {
         m_masks[word] = {data[0], data[1]};
-        m_settings.set(name, numbersText(data));
+        m_settings.set(std::move(name), numbersText(data));
     }
     const auto masks = m_masks.find(word);
-    addBlock(kMasks, word, masks == m_masks.end() ? Masks{} : masks->second, reaction.answer);
-    note(name + ": " + numbersText(data));
+    addBlock(kMasks, word, masks == m_masks.end() ? Masks{} : masks->second, reaction);
 }
 
 void MakerCommands::obeyText(ByteSpan text) {

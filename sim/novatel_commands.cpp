@@ -10,27 +10,20 @@
 
 namespace vkcomm::sim {
 
-using namespace std::string_view_literals;
-
 namespace {
 
-constexpr std::array kPorts{"com1"sv, "com2"sv, "com3"sv, "gprs"sv, "thisport"sv};
-constexpr std::array kModes{"none"sv, "novatel"sv, "rtcm"sv, "rtca"sv, "cmr"sv, "rtcmv3"sv, "generic"sv};
-constexpr std::array kCorrectionTypes{"rtcm"sv, "rtca"sv, "cmr"sv, "rtcmv3"sv};
-constexpr std::array kTriggers{"ontime"sv, "once"sv, "onnew"sv, "onchanged"sv};
+constexpr std::string_view kPorts = "com1 com2 com3 gprs thisport";
+constexpr std::string_view kModes = "none novatel rtcm rtca cmr rtcmv3 generic";
+constexpr std::string_view kCorrectionTypes = "rtcm rtca cmr rtcmv3";
+constexpr std::string_view kTriggers = "ontime once onnew onchanged";
 constexpr std::array kRates{300, 600, 1200, 2400, 4800, 9600, 19200, 38400, 57600, 115200};
 
 // Without the letter that says how they are written.
-constexpr std::array kMessages{
-    "bestpos"sv,    "bestvel"sv,   "psrdop"sv,       "rangecmp"sv,     "satvis"sv,       "rawephem"sv,
-    "version"sv,    "psrpos"sv,    "range"sv,        "time"sv,         "comconfig"sv,    "loglist"sv,
-    "ionutc"sv,     "cmrobs"sv,    "cmrref"sv,       "cmrplus"sv,      "cmrdesc"sv,      "cmrdataref"sv,
-    "cmrdataobs"sv, "rtcm1"sv,     "rtcm3"sv,        "rtcm22"sv,       "rtcm1819"sv,     "rtcm31"sv,
-    "rtcm32"sv,     "rtcmdata3"sv, "rtcmdata1819"sv, "rtcmdata1004"sv, "rtcmdata1005"sv, "rtcaobs"sv,
-    "rtcaobs2"sv,   "rtcaref"sv,   "rtca1"sv,        "rtcm1003"sv,     "rtcm1004"sv,     "rtcm1005"sv,
-    "rtcm1006"sv,   "rtcm1008"sv,  "rtcm1012"sv,     "rtcm1033"sv,     "gpgga"sv,        "gpgst"sv,
-    "gpgsa"sv,      "gpgsv"sv,     "gprmc"sv,        "gpvtg"sv,        "gpzda"sv,
-};
+constexpr std::string_view kMessages =
+    "bestpos bestvel psrdop rangecmp satvis rawephem version psrpos range time comconfig loglist ionutc "
+    "cmrobs cmrref cmrplus cmrdesc cmrdataref cmrdataobs rtcm1 rtcm3 rtcm22 rtcm1819 rtcm31 rtcm32 rtcmdata3 "
+    "rtcmdata1819 rtcmdata1004 rtcmdata1005 rtcaobs rtcaobs2 rtcaref rtca1 rtcm1003 rtcm1004 rtcm1005 "
+    "rtcm1006 rtcm1008 rtcm1012 rtcm1033 gpgga gpgst gpgsa gpgsv gprmc gpvtg gpzda";
 
 // What the receiver can send at once, with the number of its binary form.
 struct OwnLog {
@@ -49,13 +42,13 @@ struct StationRange {
 constexpr StationRange kStations[] = {{"rtcm", 1023}, {"cmr", 31}, {"rtcmv3", 4095}};
 
 bool isMessage(std::string_view name) {
-    if (std::ranges::find(kMessages, name) != kMessages.end()) return true;
-    if (!name.ends_with('a') && !name.ends_with('b')) return false;
-    return std::ranges::find(kMessages, name.substr(0, name.size() - 1)) != kMessages.end();
+    if (!choiceOf(kMessages, name).empty()) return true;
+    const bool hasForm = name.ends_with('a') || name.ends_with('b');
+    return hasForm && !choiceOf(kMessages, name.substr(0, name.size() - 1)).empty();
 }
 
 std::string messageOf(Arguments& arguments) {
-    const std::string name = lowerCase(arguments.word());
+    std::string name = lowerCase(arguments.word());
     if (!isMessage(name)) arguments.fail(Fault::kUnknownWord);
     return name;
 }
@@ -79,9 +72,7 @@ std::string stationOf(std::string_view type, Arguments& arguments) {
     }
     const auto* range = std::ranges::find(kStations, type, &StationRange::type);
     const long long id = arguments.whole(0, range == std::end(kStations) ? 0 : range->highest);
-    std::string text;
-    appendInteger(text, id);
-    return text;
+    return wholeText(id);
 }
 
 // Errors in the words of the board.
@@ -138,23 +129,23 @@ Front NovatelCommands::frontOf(ByteSpan bytes) const {
 }
 
 void NovatelCommands::obey(ByteSpan command, Reaction& reaction) {
-    constexpr std::string_view kPrompt = "\r\n[COM1]";
     std::string_view line = asText(command);
-    if (line == "$$") return note("$$", "the frame does not end where its length says");
-    if (line.starts_with("$$")) {
-        const Reaction modem = toModem(command);
-        reaction.say(modem.answer);
-        reaction.leave(modem.rest);
-        return;
-    }
+    if (line.starts_with("$$")) return obeyFrame(command, reaction);
     if (!takeLineEnd(line)) return note(shownText(command), "the line breaks off");
     Reaction logs;
     const std::string problem = obeyLine(line, logs);
     reaction.say("\r\n<");
     reaction.say(problem.empty() ? "OK" : "ERROR:" + problem);
-    reaction.say(kPrompt);
+    reaction.say("\r\n[COM1]");
     reaction.say(logs.answer);
     note(std::string(line), problem);
+}
+
+void NovatelCommands::obeyFrame(ByteSpan frame, Reaction& reaction) {
+    if (frame.size() == 2) return note("$$", "the frame does not end where its length says");
+    const Reaction modem = toModem(frame);
+    reaction.say(modem.answer);
+    reaction.leave(modem.rest);
 }
 
 std::string NovatelCommands::obeyLine(std::string_view line, Reaction& reaction) {
@@ -171,7 +162,7 @@ std::string NovatelCommands::obeyLine(std::string_view line, Reaction& reaction)
 }
 
 void NovatelCommands::fix(Arguments& arguments) {
-    constexpr std::array kKinds{"none"sv, "position"sv};
+    constexpr std::string_view kKinds = "none position";
     if (arguments.oneOf(kKinds) != "position") {
         if (!arguments.done()) return;
         m_settings.erase("position");
@@ -191,7 +182,7 @@ void NovatelCommands::elevationMask(Arguments& arguments) {
 }
 
 void NovatelCommands::rtkElevationMask(Arguments& arguments) {
-    constexpr std::array kKinds{"auto"sv, "user"sv};
+    constexpr std::string_view kKinds = "auto user";
     std::string mask = arguments.oneOf(kKinds);
     if (mask == "user") mask = arguments.number(0, 90);
     if (arguments.done()) m_settings.set("elevation mask rtk", mask);
@@ -249,23 +240,23 @@ void NovatelCommands::port(Arguments& arguments) {
     if (std::ranges::find(kRates, rate) == kRates.end()) arguments.fail(Fault::kOutOfRange);
     if (of == "gprs") arguments.fail(Fault::kUnknownWord);
     if (!arguments.done()) return;
-    std::string text;
-    appendInteger(text, rate);
-    m_settings.set("port " + of, text + " baud");
+    m_settings.set("port " + of, wholeText(rate) + " baud");
 }
 
 void NovatelCommands::ionosphere(Arguments& arguments) {
-    constexpr std::array kConditions{"quiet"sv, "normal"sv, "disturbed"sv, "auto"sv};
+    constexpr std::string_view kConditions = "quiet normal disturbed auto";
     const std::string condition = arguments.oneOf(kConditions);
     if (arguments.done()) m_settings.set("ionosphere", condition);
 }
 
-void NovatelCommands::rtkSource(Arguments& arguments) { source("corrections rtk", arguments); }
+void NovatelCommands::rtkSource(Arguments& arguments) {
+    source("corrections rtk", kCorrectionTypes, arguments);
+}
 
-void NovatelCommands::codeSource(Arguments& arguments) { source("corrections code", arguments); }
+void NovatelCommands::codeSource(Arguments& arguments) { source("corrections code", "rtcm rtca", arguments); }
 
-void NovatelCommands::source(const char* name, Arguments& arguments) {
-    const std::string type = arguments.oneOf(kCorrectionTypes);
+void NovatelCommands::source(const char* name, std::string_view types, Arguments& arguments) {
+    const std::string type = arguments.oneOf(types);
     const bool isAny = lowerCase(arguments.peek()) == "any";
     const std::string id = isAny ? lowerCase(arguments.word()) : stationOf(type, arguments);
     if (arguments.done()) m_settings.set(name, type + " from " + id);
@@ -274,7 +265,7 @@ void NovatelCommands::source(const char* name, Arguments& arguments) {
 void NovatelCommands::saveConfig(Arguments& arguments) { arguments.done(); }
 
 void NovatelCommands::factoryReset(Arguments& arguments) {
-    constexpr std::array kTargets{"standard"sv, "command"sv};
+    constexpr std::string_view kTargets = "standard command";
     if (!arguments.isOver()) arguments.oneOf(kTargets);
     if (arguments.done()) m_settings = {};
 }
@@ -282,7 +273,7 @@ void NovatelCommands::factoryReset(Arguments& arguments) {
 void NovatelCommands::sendLog(std::string_view message) {
     const auto* own = std::ranges::find(kOwnLogs, message, &OwnLog::name);
     if (own == std::end(kOwnLogs)) return;
-    const Epoch epoch = momentOfAnswers();
+    const Epoch& epoch = momentOfAnswers();
     Piece logs;
     encodeOem4Start(epoch, logs);
     encodeOem4(epoch, logs);

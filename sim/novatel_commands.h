@@ -26,10 +26,13 @@ protected:
 
     void obey(ByteSpan command, Reaction& reaction) override;
 
+    std::string_view rateSetting() const override { return "port com1"; }
+
 private:
     struct Row;
     static const Row kRows[];
 
+    void obeyFrame(ByteSpan frame, Reaction& reaction);
     // The problem, or nothing.
     std::string obeyLine(std::string_view line, Reaction& reaction);
 
@@ -50,7 +53,7 @@ private:
     void saveConfig(Arguments& arguments);
     void factoryReset(Arguments& arguments);
 
-    void source(const char* name, Arguments& arguments);
+    void source(const char* name, std::string_view types, Arguments& arguments);
     void sendLog(std::string_view message);
     void sendThrough(ByteSpan bytes);
     Reaction toModem(ByteSpan frame);

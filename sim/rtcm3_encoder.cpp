@@ -118,7 +118,7 @@ void addGlonass(const Satellite& satellite, BitWriter& message) {
 // Milliseconds of the day in Moscow.
 std::int64_t glonassTimeOf(const Epoch& epoch) {
     constexpr std::int64_t kDay = 86'400'000, kThreeHours = 10'800'000;
-    return (epoch.millisecondsOfWeek + kDay + kThreeHours - kLeapSeconds * 1000) % kDay;
+    return (epoch.millisecondsOfWeek + kDay + kThreeHours - std::int64_t{kLeapSeconds} * 1000) % kDay;
 }
 
 }  // namespace

@@ -15,13 +15,12 @@ using namespace std::string_view_literals;
 
 namespace {
 
-constexpr std::array kPorts{"A"sv, "B"sv, "C"sv, "D"sv};
-constexpr std::array kSwitch{"ON"sv, "OFF"sv};
+constexpr std::string_view kPorts = "A B C D";
+constexpr std::string_view kSwitch = "ON OFF";
 constexpr std::array kSpeeds{"300"sv,  "600"sv,   "1200"sv,  "2400"sv,  "4800"sv,
                              "9600"sv, "19200"sv, "38400"sv, "57600"sv, "115200"sv};
-constexpr std::array kMessages{"ALL"sv, "TAG"sv, "PER"sv, "GGA"sv, "GLL"sv, "GRS"sv, "GSA"sv,
-                               "GSN"sv, "GST"sv, "GSV"sv, "MSG"sv, "POS"sv, "RMC"sv, "RRE"sv,
-                               "SAT"sv, "VTG"sv, "ZDA"sv, "CRT"sv, "DCR"sv, "DPO"sv};
+constexpr std::string_view kMessages =
+    "ALL TAG PER GGA GLL GRS GSA GSN GST GSV MSG POS RMC RRE SAT VTG ZDA CRT DCR DPO";
 
 // The sentence with its dollar, without check and line end; nothing when the check is wrong.
 bool takeCheck(std::string_view& sentence) {
@@ -51,7 +50,7 @@ void appendAngle(std::string& text, double degrees, int degreeDigits, std::strin
 }
 
 std::string positionSentence() {
-    const Epoch epoch = momentOfAnswers();
+    const Epoch& epoch = momentOfAnswers();
     const CalendarTime utc = utcOf(epoch);
     std::string text;
     appendFormat(text, "$PASHR,POS,1,%02d,%02d%02d%02d.%02d,", epoch.satellitesUsed(), utc.hour, utc.minute,
@@ -142,7 +141,7 @@ void ThalesCommands::ambiguityReset(Arguments& arguments) { onOff("ANR", argumen
 void ThalesCommands::sessionMode(Arguments& arguments) { onOff("SEM", arguments); }
 
 void ThalesCommands::height(Arguments& arguments) {
-    constexpr std::array kKinds{"ELG"sv, "GEO"sv};
+    constexpr std::string_view kKinds = "ELG GEO";
     const std::string kind = arguments.oneOf(kKinds);
     if (arguments.done()) m_settings.set("height", kind);
 }
@@ -156,7 +155,7 @@ void ThalesCommands::speed(Arguments& arguments) {
 
 // NME,TAG,version; NME,PER,seconds; NME,ALL,port,OFF; NME,message,port,ON[,seconds] or OFF
 void ThalesCommands::output(Arguments& arguments) {
-    constexpr std::array kVersions{"ASH"sv, "V20"sv, "V30"sv};
+    constexpr std::string_view kVersions = "ASH V20 V30";
     constexpr double kShortest = 0.1, kLongest = 999;
     const std::string message = arguments.oneOf(kMessages);
     if (message == "TAG" || message == "PER") {

@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "sim/answers.h"
-#include "sim/arguments.h"
+#include "sim/command_text.h"
 #include "sim/trimble_encoder.h"
 #include "sim/trimble_files.h"
 #include "sim/trimble_packets.h"
@@ -12,8 +12,6 @@
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
-
-using namespace std::string_view_literals;
 
 namespace {
 
@@ -154,7 +152,7 @@ std::string TrimbleCommands::tellSatellites(ByteSpan data, Reaction& reaction) {
 std::string TrimbleCommands::tellPosition(ByteSpan data, Reaction& reaction) {
     constexpr unsigned char kPosition = 1, kOnlyPage = 0x11;
     if (data[0] != kPosition) return "there are no such data";
-    const Epoch epoch = momentOfAnswers();
+    const Epoch& epoch = momentOfAnswers();
     ByteWriter record;
     record.be(kPosition);
     record.be(kOnlyPage);

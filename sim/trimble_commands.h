@@ -13,6 +13,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim/commanded_receiver.h"
@@ -23,6 +24,8 @@ class TrimbleCommands final : public CommandedReceiver {
 protected:
     Front frontOf(ByteSpan bytes) const override;
     void obey(ByteSpan command, Reaction& reaction) override;
+
+    std::string_view rateSetting() const override { return "port 1"; }
 
 private:
     struct Row;

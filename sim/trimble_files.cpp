@@ -1,12 +1,12 @@
 #include "sim/trimble_files.h"
 
 #include <algorithm>
-#include <cmath>
-#include <numbers>
+#include <cstdint>
+#include <initializer_list>
 #include <string_view>
 
-#include "sim/arguments.h"
-#include "vkcomm/util/numbers.h"
+#include "sim/command_text.h"
+#include "sim/reference_position.h"
 
 namespace vkcomm::sim {
 
@@ -28,26 +28,16 @@ constexpr Named kFlowControls[] = {{0, "none"}, {1, "CTS"}};
 constexpr Named kFrequencies[] = {{1, "10 Hz"}, {2, "5 Hz"},  {3, "1 Hz"},   {4, "2 s"},   {5, "5 s"},
                                   {6, "10 s"},  {7, "30 s"},  {8, "60 s"},   {9, "5 min"}, {10, "10 min"},
                                   {11, "2 Hz"}, {12, "15 s"}, {13, "20 Hz"}, {15, "50 Hz"}};
-constexpr Named kOutputs[] = {{0x02, "CMR"}, {0x03, "RTCM"}, {0x04, "RT17"}, {0x06, "GGA"}, {0x07, "GGK"},
-                              {0x08, "ZDA"}, {0x0A, "GSOF"}, {0x0C, "VTG"},  {0x0D, "GST"}, {0x12, "GSV"}};
+constexpr unsigned char kCmr = 0x02, kRtcm = 0x03, kRaw = 0x04, kGsof = 0x0A, kAllOutputs = 0xFF;
+constexpr Named kOutputs[] = {{kCmr, "CMR"}, {kRtcm, "RTCM"}, {kRaw, "RT17"}, {0x06, "GGA"}, {0x07, "GGK"},
+                              {0x08, "ZDA"}, {kGsof, "GSOF"}, {0x0C, "VTG"},  {0x0D, "GST"}, {0x12, "GSV"}};
 constexpr Named kCmrKinds[] = {
     {0, "CMR+"}, {1, "moving-base CMR"}, {2, "standard CMR"}, {3, "CMRx"}, {4, "moving-base CMRx"}};
-constexpr Named kGsofRecords[] = {{1, "1"},   {2, "2"},   {3, "3"},   {4, "4"},   {5, "5"},   {6, "6"},
-                                  {7, "7"},   {8, "8"},   {9, "9"},   {10, "10"}, {11, "11"}, {12, "12"},
-                                  {13, "13"}, {14, "14"}, {15, "15"}, {16, "16"}};
-
-constexpr unsigned char kAllOutputs = 0xFF;
 
 template <std::size_t Size>
 std::string_view nameOf(const Named (&table)[Size], unsigned char code) {
     const auto* row = std::ranges::find(table, code, &Named::code);
     return row == std::end(table) ? std::string_view() : row->name;
-}
-
-std::string decimal(long long value) {
-    std::string text;
-    appendInteger(text, value);
-    return text;
 }
 
 std::string joined(std::initializer_list<std::string_view> parts) {
@@ -61,15 +51,15 @@ bool isZero(ByteSpan bytes) {
     return std::ranges::all_of(bytes, [](unsigned char byte) { return byte == 0; });
 }
 
-// ---- records: content, what the device's generation is, settings; each gives the problem, or nothing
+// ---- records; each gives the problem, or nothing
 
 std::string generalControls(ByteSpan content, ReceiverSettings& settings) {
     constexpr unsigned char kHighestElevation = 90, kHighestRate = 2;
     if (content[0] > kHighestElevation) return "the elevation mask is above 90 degrees";
     if (content[1] > kHighestRate) return "the measurement rate is not known";
     if (content[3] != 0 || content[4] != 0) return "a reserved byte is not 0";
-    settings.set("elevation mask", decimal(content[0]));
-    settings.set("pdop mask", decimal(content[2]));
+    settings.set("elevation mask", wholeText(content[0]));
+    settings.set("pdop mask", wholeText(content[2]));
     return {};
 }
 
@@ -79,37 +69,29 @@ std::string serialPort(ByteSpan content, ReceiverSettings& settings) {
     if (content[0] > kHighestPort) return "there is no such port";
     if (rate.empty()) return "the baud code is not known";
     if (parity.empty() || flow.empty()) return "the parity or the flow control is not known";
-    settings.set("port " + decimal(content[0]),
+    settings.set("port " + wholeText(content[0]),
                  joined({rate, " baud, parity ", parity, ", flow control ", flow}));
     return {};
 }
 
-std::string degreesText(double radians) {
-    std::string text;
-    appendFixed(text, radians * (180.0 / std::numbers::pi), 9);
-    return text;
-}
-
+// Two zeros, name, latitude, longitude, height, the identifiers for RTCM and CMR.
 std::string referencePosition(ByteSpan content, ReceiverSettings& settings) {
     constexpr unsigned kHighestRtcm = 1023, kHighestCmr = 31;
     ByteReader reader(content.subspan(2));
     const std::string name = shownText(reader.bytes(8));
-    const auto latitude = reader.be<double>(), longitude = reader.be<double>(), height = reader.be<double>();
+    ReferencePosition position;
+    for (double* const value : {&position.latitude, &position.longitude, &position.height})
+        *value = reader.be<double>();
     const auto rtcm = reader.be<std::uint16_t>();
     const auto cmr = reader.be<std::uint8_t>();
     if (content[0] != 0 || content[1] != 0) return "a reserved byte is not 0";
-    // written so that NaN is outside
-    if (!(std::abs(latitude) <= std::numbers::pi / 2)) return "the latitude is beyond 90 degrees";
-    if (!(std::abs(longitude) <= std::numbers::pi * 2)) return "the longitude is beyond 360 degrees";
-    if (!(height >= -1000.0 && height <= 20e6)) return "the height is out of range";
+    if (std::string problem = problemOf(position); !problem.empty()) return problem;
     if (rtcm > kHighestRtcm || cmr > kHighestCmr) return "the station is out of range";
-    std::string position = degreesText(latitude) + ' ' + degreesText(longitude) + ' ';
-    appendFixed(position, height, 3);
     settings.set("mode", "base");
-    settings.set("position", position);
+    settings.set("position", textOf(position));
     settings.set("station name", name.substr(0, name.find_last_not_of(' ') + 1));
-    settings.set("station rtcm", decimal(rtcm));
-    settings.set("station cmr", decimal(cmr));
+    settings.set("station rtcm", wholeText(rtcm));
+    settings.set("station cmr", wholeText(cmr));
     return {};
 }
 
@@ -119,43 +101,48 @@ std::string staticOrKinematic(ByteSpan content, ReceiverSettings& settings) {
     return {};
 }
 
-// What of an output is behind its frequency, and what more there is in its name; empty names are wrong.
-struct OutputForm {
+// An output as a setting: its name, and what stands behind its frequency.
+struct Output {
     std::string name;
     std::string form;
+    std::string problem = {};
 };
 
-OutputForm formOf(unsigned char type, ByteSpan specific) {
-    switch (type) {
-    case 0x0A: return {joined({"GSOF ", nameOf(kGsofRecords, specific[0])}), ""};
-    case 0x02: return {"CMR", joined({", ", nameOf(kCmrKinds, specific[0])})};
-    case 0x03:
-    case 0x04: return {std::string(nameOf(kOutputs, type)), ", flags " + decimal(specific[0])};
-    default: return {std::string(nameOf(kOutputs, type)), ""};
+// What the first of the bytes that depend on the type says.
+Output outputOf(unsigned char type, unsigned char specific) {
+    constexpr unsigned char kHighestGsof = 16;
+    std::string name(nameOf(kOutputs, type));
+    if (name.empty()) return {{}, {}, "the output is not known"};
+    if (type == kRtcm || type == kRaw) return {name, ", flags " + wholeText(specific)};
+    if (type == kCmr) {
+        const std::string_view kind = nameOf(kCmrKinds, specific);
+        return {name, joined({", ", kind}), kind.empty() ? "the kind of CMR is not known" : ""};
     }
+    if (type != kGsof) return {name, {}};
+    const bool isRecord = specific >= 1 && specific <= kHighestGsof;
+    return {name + ' ' + wholeText(specific), {}, isRecord ? "" : "the GSOF record is not known"};
 }
 
 // Type, port, frequency, offset in seconds, four bytes that depend on the type.
 std::string outputMessage(ByteSpan content, ReceiverSettings& settings) {
-    const OutputForm form = formOf(content[0], content.subspan(4));
+    const Output output = outputOf(content[0], content[4]);
     const std::string_view frequency = nameOf(kFrequencies, content[2]);
-    if (form.name.empty() || form.name.ends_with(' ')) return "the output is not known";
-    if (form.form.ends_with(' ')) return "the kind of CMR is not known";
+    if (!output.problem.empty()) return output.problem;
     if (content[1] > kHighestPort) return "there is no such port";
     if (content[2] != 0 && frequency.empty()) return "the frequency is not known";
     if (!isZero(content.subspan(5))) return "a reserved byte is not 0";
-    const std::string name = "output " + decimal(content[1]) + ' ' + form.name;
+    const std::string name = "output " + wholeText(content[1]) + ' ' + output.name;
     if (content[2] == 0)
         settings.erase(name);
     else
-        settings.set(name, joined({frequency, form.form}));
+        settings.set(name, joined({frequency, output.form}));
     return {};
 }
 
 std::string silence(ByteSpan content, ReceiverSettings& settings) {
     if (content[1] > kHighestPort) return "there is no such port";
     if (!isZero(content.subspan(2))) return "a reserved byte is not 0";
-    settings.eraseAll("output " + decimal(content[1]) + ' ');
+    settings.eraseAll("output " + wholeText(content[1]) + ' ');
     return {};
 }
 
@@ -213,7 +200,7 @@ std::string applyFile(ByteSpan file, ReceiverSettings& settings) {
         const ByteSpan content = reader.bytes(reader.be<std::uint8_t>());
         if (!reader.ok()) return "a record is cut off";
         const std::string problem = applyRecord(type, content, block.device == kOlderDevice, changed);
-        if (!problem.empty()) return "record " + decimal(type) + ": " + problem;
+        if (!problem.empty()) return "record " + wholeText(type) + ": " + problem;
     }
     if (block.appliesNow != 0) settings = changed;
     return {};

@@ -4,6 +4,7 @@
 
 #include "sim/answers.h"
 #include "sim/byte_writer.h"
+#include "sim/command_text.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
@@ -43,7 +44,7 @@ void addVersions(Reaction& reaction) {
 }
 
 void addTime(Reaction& reaction) {
-    const Epoch epoch = momentOfAnswers();
+    const Epoch& epoch = momentOfAnswers();
     ByteWriter data;
     data.be(static_cast<float>(epoch.millisecondsOfWeek) / 1000.0f);
     data.be(static_cast<std::int16_t>(epoch.week));
@@ -54,7 +55,7 @@ void addTime(Reaction& reaction) {
 // 3-D, chosen by the receiver; PDOP, HDOP, VDOP, TDOP, satellites.
 void addSelection(Reaction& reaction) {
     constexpr std::size_t kThreeD = 4;
-    const Dops dops = momentOfAnswers().dops;
+    const Dops& dops = momentOfAnswers().dops;
     const std::vector<Satellite> used = usedSatellites();
     ByteWriter data;
     data.be(static_cast<unsigned char>(kThreeD | used.size() << 4));
@@ -118,10 +119,7 @@ std::string TsipCommands::obeyPacket(unsigned char id, ByteSpan data, Reaction& 
     if (id == kOptions) {
         if (!data.empty() && data.size() != m_options.size()) return "wrong length";
         if (!data.empty()) m_options.assign(data.begin(), data.end());
-        std::string options;
-        for (const unsigned char option : m_options)
-            appendFormat(options, options.empty() ? "%02X" : " %02X", unsigned{option});
-        m_settings.set("options", options);
+        m_settings.set("options", hexText(m_options));
         addPacket(0x55, m_options, reaction);
         return {};
     }

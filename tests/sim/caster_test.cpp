@@ -41,7 +41,10 @@ public:
 
     Caster& operator*() { return *m_caster; }
 
-    std::uint16_t port() const { return m_port; }
+    CasterTotals totalsAtEnd() {
+        m_caster->stop();
+        return m_caster->totals();
+    }
 
 private:
     std::uint16_t m_port = 0;
@@ -125,7 +128,7 @@ TEST(Caster, AnswersAsCastersDo) {
         EXPECT_TRUE(heard.text.starts_with(c.begin)) << heard.text;
         EXPECT_TRUE(heard.text.ends_with(c.end)) << heard.text;
     }
-    const CasterTotals totals = (*running).totals();
+    const CasterTotals totals = running.totalsAtEnd();
     EXPECT_EQ(totals.streams, 4u);
     EXPECT_EQ(totals.refusals, 7u);
     EXPECT_EQ(totals.tables, 2u);
@@ -143,7 +146,7 @@ TEST(Caster, WaitsForAPositionThatCanBeUsed) {
     EXPECT_EQ(socket->waitReadable(50ms), SocketWait::kTimeout);
     say(*socket, withSum(kPlace) + "\r\n");
     EXPECT_EQ(hear(*socket, 100).text, "corrections");
-    EXPECT_EQ((*running).totals().positions, 1u);
+    EXPECT_EQ(running.totalsAtEnd().positions, 1u);
 }
 
 TEST(Caster, StreamsTheSimulatedStation) {

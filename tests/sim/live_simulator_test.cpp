@@ -29,21 +29,37 @@ private:
     std::atomic<std::chrono::milliseconds> m_now{0ms};
 };
 
-// The records of the OEM4 receiver at the other end, until it is unplugged or there were enough.
-std::uint64_t countRecords(CommDevice& device, std::uint64_t enough = ~std::uint64_t{0}) {
+struct Counted {
+    std::uint64_t logs = 0;
+    std::uint64_t obeyed = 0;
+    std::uint64_t refused = 0;
+
+    void add(const CNOut& decoder) {
+        logs += decoder.Type() == LOG_OEM4_BINARY;
+        obeyed += decoder.Type() == LOG_REPLY_OK;
+        refused += decoder.Type() == LOG_REPLY_ERROR;
+    }
+};
+
+// The records of the OEM4 receiver at the other end, until it is unplugged or there were enough logs.
+Counted countAll(CommDevice& device, std::uint64_t enough = ~std::uint64_t{0}) {
     CNOut decoder;
     decoder.vSetDecodeMask(vkcomm::findFamily("oem4")->decodeMask);
-    std::uint64_t records = 0;
-    while (records < enough) {
+    Counted counted;
+    while (counted.logs < enough) {
         const Bytes bytes = readFromDevice(device, 1);
         if (bytes.empty()) break;
         decoder.Set(bytes.data(), static_cast<int>(bytes.size()));
         while (decoder.Read() == CNOut::RETURN_COMPLETE)
-            records += decoder.Type() == LOG_OEM4_BINARY;
+            counted.add(decoder);
     }
     while (decoder.ReadRest() == CNOut::RETURN_COMPLETE)
-        records += decoder.Type() == LOG_OEM4_BINARY;
-    return records;
+        counted.add(decoder);
+    return counted;
+}
+
+std::uint64_t countRecords(CommDevice& device, std::uint64_t enough = ~std::uint64_t{0}) {
+    return countAll(device, enough).logs;
 }
 
 struct Served {
@@ -97,6 +113,62 @@ TEST(LiveSimulator, TakesWhatIsSentToIt) {
     std::size_t written = 0;
     EXPECT_TRUE(device->write(sent, written));
     waitUntil([&, &served = *simulator] { return served.totals().bytesReceived == sent.size(); });
+    simulator->stop();
+}
+
+bool say(CommDevice& device, std::string_view text) {
+    std::size_t written = 0;
+    return device.write(ByteSpan(reinterpret_cast<const unsigned char*>(text.data()), text.size()), written);
+}
+
+// No answer breaks a frame, in however many writes an epoch goes out.
+TEST(LiveSimulator, AnswersBetweenEpochs) {
+    constexpr int kTimes = 40;
+    const LiveOptions options{
+        .family = "oem4", .rateHz = 20, .seed = 8, .splits = 9, .delayMilliseconds = 70};
+    HastyClock clock;
+    const auto [device, simulator] = serve(FarKind::kTcp, options, clock);
+    std::string commands;
+    for (int i = 0; i < kTimes; ++i)
+        commands += "ecutoff 12\r\nlog versionb once\r\nfreboot\r\n";
+    EXPECT_TRUE(say(*device, commands));
+    simulator->start(1000ms);
+    const Counted counted = countAll(*device);
+    simulator->stop();
+    EXPECT_EQ(counted.logs, simulator->totals().frames.whole + kTimes);
+    EXPECT_EQ(counted.obeyed, 2u * kTimes);
+    EXPECT_EQ(counted.refused, 1u * kTimes);
+
+    const CommandReport report = simulator->commands();
+    EXPECT_EQ(report.count(), 3u * kTimes);
+    EXPECT_EQ(report.state, "elevation mask: 12\n");
+    EXPECT_EQ(report.notes.size(), 3u * kTimes);
+    ASSERT_EQ(simulator->commands(3 * kTimes - 2).notes.size(), 2u);
+    EXPECT_EQ(simulator->commands(3 * kTimes - 1).notes[0].command, "freboot");
+    EXPECT_TRUE(simulator->commands(3 * kTimes + 1).notes.empty());
+}
+
+// A command changes the rate; what follows at the old one is lost.
+TEST(LiveSimulator, UnderstandsOnlyTheRateOfItsPort) {
+    if (kFarKinds[0] != FarKind::kPty) GTEST_SKIP() << "connections have no rate";
+    const auto [device, simulator] = serve(FarKind::kPty, {.family = "oem4", .baud = 115200}, systemClock());
+    const auto arrived = [&, &served = *simulator](std::size_t size) {
+        waitUntil([&] { return served.totals().bytesReceived == size; });
+        return served.commands();
+    };
+    simulator->start();
+    const std::string_view change = "com com1 57600\r", lost = "\necutoff 5\r\n", heard = "ecutoff 7\r\n";
+    EXPECT_TRUE(say(*device, change) && say(*device, lost));
+    EXPECT_EQ(arrived(change.size() + lost.size()).state, "port com1: 57600 baud\n");
+    EXPECT_EQ(simulator->totals().bytesGarbled, lost.size());
+
+    CommState line;
+    EXPECT_TRUE(device->getState(line));
+    line.BaudRate = 57600;
+    EXPECT_TRUE(device->setState(line) && say(*device, heard));
+    EXPECT_EQ(arrived(change.size() + lost.size() + heard.size()).state,
+              "elevation mask: 7\nport com1: 57600 baud\n");
+    EXPECT_EQ(simulator->totals().bytesGarbled, lost.size());
     simulator->stop();
 }
 

@@ -1,0 +1,70 @@
+// What a caster may send, as answer to a request for a stream and for a source table: no crash, no growth without bound,
+// the same outcome however the bytes are cut, no correction lost or invented, and nothing for people that holds control
+// characters.
+#include <algorithm>
+
+#include "fuzz/parser_laws.h"
+#include "host/byte_text.h"
+#include "host/ntrip_dialogue.h"
+
+namespace {
+
+using namespace vkcomm;
+using namespace std::chrono_literals;
+using vkcomm::fuzz::require;
+
+struct Outcome {
+    std::string corrections;
+    std::string table;
+    std::vector<NtripFailure> failures;
+    NtripState state;
+
+    friend bool operator==(const Outcome&, const Outcome&) = default;
+};
+
+void look(NtripDialogue& dialogue, Outcome& outcome) {
+    const NtripOutput output = dialogue.takeOutput();
+    for (const CorrectionBlock& block : output.blocks)
+        outcome.corrections += block.bytes;
+    for (const NtripEvent& event : output.events) {
+        if (event.failure != NtripFailure::kNone) outcome.failures.push_back(event.failure);
+        require(
+            std::ranges::none_of(event.text, [](char c) { return static_cast<unsigned char>(c) < 0x20; }));
+    }
+}
+
+Outcome answered(const char* mount, std::string_view bytes, std::size_t piece) {
+    CasterUrl caster;
+    caster.host = "caster";
+    caster.mount = mount;
+    NtripOptions options;
+    options.seed = 1;
+    NtripDialogue dialogue(caster, options);
+    Outcome outcome{};
+    dialogue.start(1s);
+    dialogue.connected(2s, [] { return std::string(); });
+    for (; !bytes.empty(); bytes.remove_prefix(std::min(piece, bytes.size())))
+        dialogue.received(bytes.substr(0, piece), 3s);
+    dialogue.closed(4s);
+    look(dialogue, outcome);
+    outcome.table = dialogue.table();
+    outcome.state = dialogue.state();
+    require(outcome.corrections.size() == dialogue.totals().bytes);
+    require(outcome.state == NtripState::kPausing || outcome.state == NtripState::kOver);
+    return outcome;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < 1) return 0;
+    const std::size_t piece = data[0] + 1U;
+    const std::string_view bytes = textOf(ByteSpan(data, size).subspan(1));
+    for (const char* mount : {"M", ""}) {
+        const Outcome whole = answered(mount, bytes, bytes.size());
+        require(answered(mount, bytes, piece) == whole);
+        require(answered(mount, bytes, 1) == whole);
+        require(whole.corrections.size() <= bytes.size() && whole.table.size() <= bytes.size());
+    }
+    return 0;
+}
