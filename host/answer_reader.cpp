@@ -83,11 +83,16 @@ std::string valuesText(const RoutedRecord& routed) {
     return text;
 }
 
+// What a terminal must not see is left out.
+std::string plain(std::string_view line) {
+    std::string text(line);
+    std::erase_if(text, [](char c) { return c < ' ' || c > '~'; });
+    return text;
+}
+
 std::string verdictText(const RoutedRecord& routed) {
     const bool isText = std::ranges::find(kTextTypes, routed.record.type) != std::end(kTextTypes);
-    std::string text = isText ? std::string(lineOf(routed.record.bytes)) : valuesText(routed);
-    std::erase_if(text, [](char c) { return static_cast<unsigned char>(c) < ' '; });
-    return text;
+    return isText ? plain(lineOf(routed.record.bytes)) : valuesText(routed);
 }
 
 std::string lettersOf(const RecordView& record) {
@@ -190,7 +195,7 @@ void AnswerReader::takeLoose(ByteSpan bytes) {
 void AnswerReader::takeCsiByte(char character) {
     if (character == '\n' && m_line.size() >= kCsiStart.size()) {
         const bool isRefused = m_line.find("FAILED") != m_line.npos || m_line.find("ERROR") != m_line.npos;
-        m_answers.push_back({isRefused ? AnswerKind::kRefused : AnswerKind::kAccepted, m_line});
+        m_answers.push_back({isRefused ? AnswerKind::kRefused : AnswerKind::kAccepted, plain(m_line)});
         m_line.clear();
         return;
     }

@@ -165,6 +165,12 @@ std::string Command::letters() const {
     return isMakerFrame(frame) ? std::string(textOf(frame).substr(2, 2)) : std::string();
 }
 
+std::optional<PortRate> Command::newRate() const {
+    for (const CommandStep& step : steps)
+        if (step.newRate) return step.newRate;
+    return std::nullopt;
+}
+
 CommandPlan planOf(const CommandTarget& target, CommandSteps steps) {
     CommandPlan plan;
     CommandSteps together;
@@ -174,7 +180,7 @@ CommandPlan planOf(const CommandTarget& target, CommandSteps steps) {
         plan.push_back(commandOf(target, std::move(together)));
         together.clear();
     }
-    std::ranges::stable_partition(plan, &Command::resets);
+    std::stable_partition(plan.begin(), plan.end(), [](const Command& each) { return each.resets; });
     return plan;
 }
 

@@ -32,6 +32,7 @@ struct Command {
     std::size_t size() const;     // bytes as they leave the port
     Bytes boardBytes() const;     // without the maker's frames around them
     std::string letters() const;  // of the maker's frame; empty without one
+    std::optional<PortRate> newRate() const;
 };
 
 using CommandPlan = std::vector<Command>;

@@ -110,6 +110,8 @@ std::string CommandReport::begin(const Command& command) {
     appendFormat(lines, "%3d  ", ++m_number);
     lines += command.what;
     if (command.steps.front().wrapped) lines += "   [in the maker's frame]";
+    if (const auto rate = command.newRate())
+        appendFormat(lines, "   [port %d goes to %d bit/s]", rate->port, rate->baud);
     lines += command.resets ? "   [the receiver loses its settings]\n" : "\n";
     for (const CommandStep& step : command.steps)
         forEachLine(step.bytes, kBytesALine, [&](ByteSpan bytes, bool isFirst) {
@@ -175,8 +177,8 @@ bool Transcript::begin(const std::string& path, SystemError& error, ByteFiles& f
     return m_file != nullptr;
 }
 
-void Transcript::note(std::string_view text) {
-    write(utcText(system_clock::now()) + " # " + std::string(text) + "\n");
+void Transcript::note(std::string_view text, system_clock::time_point time) {
+    write(utcText(time) + " # " + std::string(text) + "\n");
 }
 
 void Transcript::add(const LineChunk& chunk) {

@@ -38,7 +38,8 @@ public:
 
     bool isOpen() const { return m_file != nullptr; }
 
-    void note(std::string_view text);
+    void note(std::string_view text,
+              std::chrono::system_clock::time_point time = std::chrono::system_clock::now());
     void add(const LineChunk& chunk);
 
     // The first failure of writing.

@@ -58,6 +58,7 @@ bool CommandRunner::awaitRate(std::string& error) {
 
 bool CommandRunner::run(const CommandPlan& plan) {
     m_results.clear();
+    m_newRate.reset();
     bool isGoing = true, isGood = true;
     for (const Command& command : plan) {
         CommandResult result;
@@ -78,6 +79,7 @@ CommandResult CommandRunner::give(const Command& command) {
     CommandResult result;
     m_reader.forget();  // nothing that came before is an answer to this
     m_reader.want(command.record);
+    if (command.newRate()) m_newRate = command.newRate();
     const std::uint64_t before = m_log.sent();
     m_session.port().nSendSteps(command.steps);
 
@@ -90,7 +92,7 @@ CommandResult CommandRunner::give(const Command& command) {
         awaitAnswer(command, result);
     else
         result.outcome = result.bytesSent > 0 ? CommandOutcome::kCutOff : CommandOutcome::kNotSent;
-    if (!isSuccess(result.outcome)) result.problem = whyCutOff();
+    if (!isSuccess(result.outcome)) result.problem = whyNot(result, command);
     return result;
 }
 
@@ -175,9 +177,13 @@ void CommandRunner::takeChunks() {
     m_lastByte = now;
 }
 
-std::string CommandRunner::whyCutOff() const {
+std::string CommandRunner::whyNot(const CommandResult& result, const Command& command) const {
     if (m_isLost) return m_whyLost;
-    return isCutOff() ? "stopped" : std::string();
+    if (isCutOff()) return "stopped";
+    if (result.bytesSent < command.size()) return "the port took no more";
+    if (result.outcome != CommandOutcome::kSilent || !m_newRate) return {};
+    return "port " + std::to_string(m_newRate->port) + " of the receiver was set to " +
+           std::to_string(m_newRate->baud) + " bit/s: a line that ends there must follow";
 }
 
 }  // namespace vkcomm

@@ -36,7 +36,7 @@ struct CommandResult {
     CommandOutcome outcome = CommandOutcome::kNotSent;
     std::vector<Answer> answers;
     std::uint64_t bytesSent = 0;
-    std::string problem;  // of kCutOff and kNotSent: why
+    std::string problem = {};  // of a command that did not succeed: why, where that is known
 };
 
 struct RunnerOptions {
@@ -75,7 +75,7 @@ private:
     bool isUnasked(const Command& command, const Answer& answer, const CommandResult& result) const;
     void pump();
     void takeChunks();
-    std::string whyCutOff() const;
+    std::string whyNot(const CommandResult& result, const Command& command) const;
 
     bool isCutOff() const { return m_isLost || (m_steps.isStopped && m_steps.isStopped()); }
 
@@ -87,6 +87,7 @@ private:
     AnswerReader m_reader;
     std::vector<CommandResult> m_results;
     std::chrono::milliseconds m_lastByte{};  // when something was last received
+    std::optional<PortRate> m_newRate;       // that a command of this run has set
     bool m_isLost = false;
     std::string m_whyLost;
 };

@@ -4,10 +4,7 @@
 #include <array>
 
 #include "host/byte_text.h"
-#include "host/port_url.h"
 #include "vkcomm/control/command_carriers.h"
-#include "vkcomm/control/thales_sequences.h"
-#include "vkcomm/frames/baud_rates.h"
 #include "vkcomm/frames/board_frames.h"
 #include "vkcomm/frames/maker_frame.h"
 
@@ -52,7 +49,9 @@ std::string problemWithText(const CommandTarget& target, std::string_view text) 
     return {};
 }
 
-CommandSteps textSteps(const CommandTarget& target, std::string_view text) {
+}  // namespace
+
+CommandSteps lineSteps(const CommandTarget& target, std::string_view text) {
     switch (target.dialect) {
     case Dialect::kNovatel: return novatelText(target.type, withLineEnd(text), 0);
     case Dialect::kJavad: return javadText(text, 0);
@@ -63,6 +62,8 @@ CommandSteps textSteps(const CommandTarget& target, std::string_view text) {
     default: return {};
     }
 }
+
+namespace {
 
 int hexValue(char c) {
     if (c >= '0' && c <= '9') return c - '0';
@@ -120,7 +121,7 @@ std::string describeBytes(const CommandTarget& target, const Bytes& bytes, std::
 Steps textCommand(const CommandTarget& target, std::string_view text, std::string& error) {
     if (std::string problem = problemWithText(target, text); !problem.empty())
         return refuse(error, std::move(problem));
-    CommandSteps steps = textSteps(target, text);
+    CommandSteps steps = lineSteps(target, text);
     if (steps.empty() && target.dialect != Dialect::kMaker)
         return refuse(error, familyText(target) + " have no text commands; --hex sends bytes");
     const bool isCut =
@@ -201,7 +202,7 @@ constexpr TrimbleQuestion kTrimbleQuestions[] = {
 
 Steps questionSteps(const CommandTarget& target, std::string_view question, std::string& error) {
     for (const TextQuestion& row : kTextQuestions)
-        if (row.dialect == target.dialect && row.question == question) return textSteps(target, row.text);
+        if (row.dialect == target.dialect && row.question == question) return lineSteps(target, row.text);
     for (const TrimbleQuestion& row : kTrimbleQuestions)
         if (target.dialect == Dialect::kTrimble && row.question == question)
             return trimbleSteps(target.type, row.command(), 0);
@@ -209,177 +210,6 @@ Steps questionSteps(const CommandTarget& target, std::string_view question, std:
         if (target.dialect == Dialect::kCmc && row.question == question)
             return cmcSteps(target.type, row.id, false, {}, 0);
     return refuse(error, familyText(target) + " have no known question for " + std::string(question));
-}
-
-namespace {
-
-// How the receivers of a dialect name their ports.
-struct PortNames {
-    Dialect dialect;
-    std::string_view prefix;  // that may stand before the name
-    int least;                // numbers, or letters from 'a' as 0
-    int most;
-    bool areLetters;
-    std::string_view range;
-};
-
-constexpr PortNames kPortNames[] = {
-    {Dialect::kTrimble, "", 0, 31, false, "a number 0 to 31"},
-    {Dialect::kNovatel, "com", 1, 3, false, "com1, com2 or com3"},
-    {Dialect::kJavad, "/dev/ser/", 0, 3, true, "a, b, c or d"},
-    {Dialect::kThales, "", 0, 3, true, "A, B, C or D"},
-};
-
-std::optional<int> portIn(const PortNames& names, std::string text) {
-    std::ranges::transform(text, text.begin(), [](char c) {
-        return static_cast<char>(c >= 'A' && c <= 'Z' ? c + 'a' - 'A' : c);
-    });
-    if (text.starts_with(names.prefix)) text.erase(0, names.prefix.size());
-    if (names.areLetters) {
-        const int index = text.size() == 1 ? text[0] - 'a' : -1;
-        return index >= names.least && index <= names.most ? std::optional(index) : std::nullopt;
-    }
-    const auto number = wholeNumber(text, names.least, names.most);
-    return number ? std::optional(static_cast<int>(*number)) : std::nullopt;
-}
-
-struct Values {
-    int port = 0;
-    int baudIndex = 0;
-    const Configuration& choice;
-
-    std::string lower() const { return std::string(1, static_cast<char>('a' + port)); }
-
-    char upper() const { return static_cast<char>('A' + port); }
-
-    std::string number() const { return integerText(port); }
-};
-
-enum Uses : int { kNoValue = 0, kUsesPort = 1, kUsesBaud = 2, kUsesMasks = 4, kUsesRate = 8 };
-
-struct ActionRow {
-    std::string_view action;
-    Dialect dialect;
-    int uses;
-    CommandSteps (*steps)(const CommandTarget& target, const Values& values);
-};
-
-CommandSteps trimble(const CommandTarget& target, const TrimbleCommand& command) {
-    return trimbleSteps(target.type, command, 0);
-}
-
-CommandSteps lines(const CommandTarget& target, std::initializer_list<std::string> texts) {
-    CommandSteps steps;
-    for (const std::string& text : texts)
-        append(steps, textSteps(target, text));
-    return steps;
-}
-
-using T = const CommandTarget&;
-using V = const Values&;
-
-constexpr ActionRow kActions[] = {
-    {"gsof", Dialect::kTrimble, kUsesPort | kUsesRate,
-     [](T t, V v) {
-         return trimble(t, gsofOutput(v.port, t.type, v.choice.rateCode).value_or(TrimbleCommand{}));
-     }},
-    {"baud", Dialect::kTrimble, kUsesPort | kUsesBaud,
-     [](T t, V v) { return trimble(t, portBaud(v.port, v.choice.baud, t.type)); }},
-    {"baud", Dialect::kNovatel, kUsesPort | kUsesBaud,
-     [](T t, V v) { return lines(t, {"com com" + v.number() + " " + integerText(v.choice.baud)}); }},
-    {"baud", Dialect::kJavad, kUsesPort | kUsesBaud,
-     [](T t, V v) {
-         return lines(t, {"%%set,/par/dev/ser/" + v.lower() + "/rate," + integerText(v.choice.baud)});
-     }},
-    {"baud", Dialect::kThales, kUsesPort | kUsesBaud,
-     [](T, V v) { return thalesBaud(v.upper(), v.baudIndex); }},
-    {"baud", Dialect::kCsi, kUsesBaud,
-     [](T t, V v) { return lines(t, {"$JBAUD," + integerText(v.choice.baud)}); }},
-    {"mask", Dialect::kTrimble, kUsesMasks,
-     [](T t, V v) {
-         return trimble(t, positionMasks(static_cast<unsigned char>(v.choice.elevation),
-                                         static_cast<unsigned char>(v.choice.pdop), t.type));
-     }},
-    {"mask", Dialect::kNovatel, kUsesMasks,
-     [](T t, V v) {
-         const std::string mask = integerText(v.choice.elevation);
-         return lines(t, {"ecutoff " + mask, "rtkelevmask user " + mask});
-     }},
-    {"mask", Dialect::kJavad, kUsesMasks,
-     [](T t, V v) {
-         const std::string mask = integerText(v.choice.elevation);
-         return lines(t, {"%%set,/par/pos/elm," + mask, "%%set,/par/out/elm/cur/term," + mask,
-                          "%%set,/par/pos/pdop," + integerText(v.choice.pdop)});
-     }},
-    {"mask", Dialect::kCsi, kUsesMasks,
-     [](T t, V v) { return lines(t, {"$JMASK," + integerText(v.choice.elevation)}); }},
-    {"unlog", Dialect::kTrimble, kUsesPort, [](T t, V v) { return trimble(t, portSilence(v.port, t.type)); }},
-    {"unlog", Dialect::kNovatel, kUsesPort, [](T t, V v) { return lines(t, {"unlogall com" + v.number()}); }},
-    {"unlog", Dialect::kJavad, kUsesPort, [](T t, V v) { return lines(t, {"%%dm,/dev/ser/" + v.lower()}); }},
-    {"unlog", Dialect::kThales, kUsesPort,
-     [](T t, V v) { return lines(t, {std::string("$PASHS,NME,ALL,") + v.upper() + ",OFF"}); }},
-    {"unlog", Dialect::kCsi, kNoValue, [](T t, V) { return lines(t, {"$JOFF"}); }},
-    {"raw", Dialect::kTrimble, kUsesPort | kUsesRate,
-     [](T t, V v) {
-         return trimble(t, rawOutput(t.type, v.port, static_cast<unsigned char>(v.choice.rateCode)));
-     }},
-    {"thales-init", Dialect::kThales, kUsesPort, [](T, V v) { return thalesInit(v.upper()); }},
-    {"reset", Dialect::kTrimble, kNoValue, [](T t, V) { return trimble(t, receiverReset()); }},
-    {"reset", Dialect::kNovatel, kNoValue, [](T t, V) { return lines(t, {"freset"}); }},
-};
-
-std::string ratesText() {
-    std::string text;
-    for (const int rate : kBaudRates)
-        text += (text.empty() ? "" : ", ") + integerText(rate);
-    return text;
-}
-
-// Empty, with the values filled in, or what is wrong with them.
-std::string readValues(const ActionRow& row, Values& values) {
-    const Configuration& choice = values.choice;
-    if ((row.uses & kUsesPort) != 0) {
-        const auto* names = std::ranges::find(kPortNames, row.dialect, &PortNames::dialect);
-        const auto port = portIn(*names, choice.port);
-        if (!port)
-            return (choice.port.empty() ? "a port is needed: --port "
-                                        : choice.port + " is no port here; give ") +
-                   std::string(names->range);
-        values.port = *port;
-    }
-    if ((row.uses & kUsesBaud) != 0) {
-        const auto* rate = std::ranges::find(kBaudRates, choice.baud);
-        if (rate == kBaudRates.end()) return "the rate must be one of " + ratesText();
-        values.baudIndex = static_cast<int>(rate - kBaudRates.begin());
-    }
-    if ((row.uses & kUsesMasks) != 0) {
-        if (choice.elevation < 0 || choice.elevation > 90)
-            return "the elevation mask is outside 0 to 90 degrees";
-        if (choice.pdop < 0 || choice.pdop > 255) return "the PDOP mask is outside 0 to 255";
-    }
-    const int leastCode = choice.action == "raw" ? 0 : 1;
-    if ((row.uses & kUsesRate) != 0 && (choice.rateCode < leastCode || choice.rateCode > 13))
-        return "the rate code is outside " + integerText(leastCode) + " to 13";
-    return {};
-}
-
-}  // namespace
-
-Steps configurationSteps(const CommandTarget& target, const Configuration& choice, std::string& error) {
-    const auto* row = std::ranges::find_if(kActions, [&](const ActionRow& each) {
-        return each.action == choice.action && each.dialect == target.dialect;
-    });
-    if (row == std::end(kActions))
-        return refuse(error, familyText(target) + " have no known command for " + choice.action);
-    Values values{.choice = choice};
-    error = readValues(*row, values);
-    if (!error.empty()) return std::nullopt;
-    return row->steps(target, values);
-}
-
-std::string_view familyOfAction(std::string_view action) {
-    if (action == "thales-init") return "thales";
-    return action == "gsof" || action == "raw" ? "trimble" : "";
 }
 
 }  // namespace vkcomm

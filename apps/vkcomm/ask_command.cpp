@@ -1,47 +1,54 @@
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <memory>
 
 #include "apps/vkcomm/command_options.h"
 #include "apps/vkcomm/commands.h"
+#include "apps/vkcomm/output.h"
 #include "host/receiver_commands.h"
 
 namespace vkcomm {
 
 namespace {
 
+struct Options {
+    CommandChoice command;
+    std::string question;
+};
+
 constexpr const char* kFooter =
     R"(The answer is shown with its values. Not every family has every question.
   vkcomm ask sim:oem4 version
   vkcomm ask --dry-run --family trimble satellites)";
 
-constexpr std::pair<const char*, const char*> kQuestions[] = {
-    {"serial", "Serial numbers and model"},       {"options", "Options that the receiver has"},
-    {"status", "State, position or settings"},    {"version", "Software and hardware versions"},
-    {"satellites", "Satellites and their state"},
-};
+constexpr const char* kQuestions[] = {"serial", "options", "status", "version", "satellites"};
+
+int ask(const Options& options) {
+    CommandChoice choice = options.command;
+    std::string question = options.question;
+    // Without a port the only argument is the question.
+    if (choice.dryRun && question.empty()) question = std::exchange(choice.url, {});
+    if (std::ranges::find(kQuestions, question) == std::end(kQuestions)) {
+        complain("ask for serial, options, status, version or satellites" +
+                 (question.empty() ? "" : ", not " + question));
+        return kWrongUsage;
+    }
+    CommandJob job;
+    job.build = [&](const CommandTarget& target, std::string& error) {
+        return questionSteps(target, question, error);
+    };
+    return runCommands(choice, job);
+}
 
 }  // namespace
 
 void addAsk(CLI::App& app, Run& run) {
-    auto choice = std::make_shared<CommandChoice>();
+    auto options = std::make_shared<Options>();
     CLI::App* verb = app.add_subcommand("ask", "Ask a receiver what it is and how it does");
     verb->footer(kFooter);
-    verb->require_subcommand(1);
-    verb->fallthrough();
-    addCommandOptions(*verb, *choice);
-    for (const auto& [name, about] : kQuestions) {
-        CLI::App* question = verb->add_subcommand(name, about);
-        question->fallthrough();
-        question->callback([choice, &run, name = std::string(name)] {
-            run = [choice, name] {
-                CommandJob job;
-                job.build = [&](const CommandTarget& target, std::string& error) {
-                    return questionSteps(target, name, error);
-                };
-                return runCommands(*choice, job);
-            };
-        });
-    }
+    addCommandOptions(*verb, options->command);
+    verb->add_option("WHAT", options->question, "serial, options, status, version or satellites");
+    verb->callback([options, &run] { run = [options] { return ask(*options); }; });
 }
 
 }  // namespace vkcomm

@@ -19,6 +19,7 @@ struct CommandChoice {
     std::string url;  // may be empty in a dry run
     std::string family;
     std::optional<int> type;
+    std::string linePort;  // of the receiver; empty: not known
     std::string transcript;
     std::string wait = "2s";
     bool dryRun = false;
@@ -26,10 +27,8 @@ struct CommandChoice {
     bool json = false;
 };
 
-// The URL, --family, --type, --dry-run, --yes, --json, --transcript and --wait.
+// The URL, --family, --type, --line-port, --dry-run, --yes, --json, --transcript and --wait.
 void addCommandOptions(CLI::App& verb, CommandChoice& choice);
-// --family and --type alone, for verbs below one that has the rest.
-void addTargetOptions(CLI::App& verb, CommandChoice& choice);
 
 struct CommandJob {
     // The steps for a receiver. Nothing, and why in error, when it cannot be told.

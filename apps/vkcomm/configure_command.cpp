@@ -3,7 +3,7 @@
 
 #include "apps/vkcomm/command_options.h"
 #include "apps/vkcomm/commands.h"
-#include "host/receiver_commands.h"
+#include "host/receiver_configuration.h"
 
 namespace vkcomm {
 

@@ -98,10 +98,6 @@ std::string checkTcpPlace(const std::string& text) {
     return parseTcpPlace(text) ? "" : text + " is neither PORT nor ADDRESS:PORT";
 }
 
-std::string checkDuration(const std::string& text) {
-    return parseDuration(text) ? "" : text + " is no time such as 10s, 500ms or 2m";
-}
-
 void addLiveOptions(CLI::App& verb, LiveSimulation& choice) {
     const CLI::Validator duration(checkDuration, "TIME");
     const CLI::Validator tcpPlace(checkTcpPlace, "[ADDRESS:]PORT");
@@ -119,6 +115,10 @@ void addLiveOptions(CLI::App& verb, LiveSimulation& choice) {
         verb.add_option("--split", choice.stream.splits, "Writes that an epoch is cut into"),
         verb.add_option("--delay", choice.stream.delayMilliseconds,
                         "Most milliseconds that an epoch is late"),
+        verb.add_option(
+            "--baud", choice.stream.baud,
+            "Rate of the receiver's port, which commands may change; at another one nobody understands "
+            "it (with --pty)"),
         verb.add_flag("--print-state", choice.printState,
                       "Print each command that arrives, and what the receiver is set to then"),
         verb.add_flag("--rover", choice.stream.isRover,

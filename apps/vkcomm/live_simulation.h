@@ -26,7 +26,6 @@ std::optional<TcpPlace> parseTcpPlace(const std::string& text);
 
 // What is wrong with the value of an option; empty when nothing is.
 std::string checkTcpPlace(const std::string& text);
-std::string checkDuration(const std::string& text);
 
 struct LiveSimulation {
     bool pty = false;

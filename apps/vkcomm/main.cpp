@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     hideSecrets(argc, argv);
 
     CLI::App app("Talk to GNSS receivers.", "vkcomm");
+    app.allow_windows_style_options(false);  // a path may begin with a slash
     app.set_version_flag("--version", VKCOMM_VERSION);
     app.require_subcommand(1);
     app.footer("vkcomm VERB --help explains each verb, with an example that needs no hardware.");

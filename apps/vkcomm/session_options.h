@@ -30,6 +30,9 @@ void addSessionOptions(CLI::App& verb, SessionChoice& choice);
 // "10s", "500ms", "2m", "1h"; a bare number counts seconds. Nothing for any other text.
 std::optional<std::chrono::milliseconds> parseDuration(std::string_view text);
 
+// What is wrong with such a value of an option; empty when nothing is.
+std::string checkDuration(const std::string& text);
+
 // A session, and the simulated receiver at its other end where its address asks for one.
 struct OpenedSession {
     std::unique_ptr<sim::LiveSimulator> simulator;

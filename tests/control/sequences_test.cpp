@@ -13,6 +13,7 @@
 #include "vkcomm/control/command_carriers.h"
 #include "vkcomm/control/rover_sequences.h"
 #include "vkcomm/control/thales_sequences.h"
+#include "vkcomm/frames/send_hex.h"
 
 namespace vkcomm::test {
 namespace {
@@ -40,20 +41,21 @@ std::string textLine(const CommandStep& step) {
     return sent.substr(0, sent.size() - 2);
 }
 
-// What a maker frame carries: a NovAtel line without its CR LF, or the maker's own command with one number.
-std::string unwrapped(const CommandStep& step) {
+// What a maker frame carries for the board: a NovAtel line without its CR LF. The maker's own commands as bytes.
+std::string unwrapped(const CommandStep& step, GPSOEMTYPE type) {
     EXPECT_TRUE(isOneRecord(step.bytes, LOG_VAREK_REPLY)) << step.what;
     EXPECT_TRUE(step.wrapped);
     const std::string frame = text(step.bytes);
-    if (!frame.starts_with("$$RZ")) return frame.substr(2, 2) + ",B" + std::to_string(step.bytes[6]);
+    if (!frame.starts_with("$$RZ")) return spelled(step.bytes);
+    EXPECT_EQ(frame[4], type == OEM_NOVATEL_5 ? 0x38 : 0x18) << step.what;
     EXPECT_TRUE(frame.substr(0, frame.size() - 3).ends_with("\r\n")) << frame;
     return frame.substr(6, frame.size() - 11);
 }
 
-Lines novatelLines(const CommandSteps& steps) {
+Lines novatelLines(const CommandSteps& steps, GPSOEMTYPE type) {
     Lines lines;
     for (const CommandStep& step : steps)
-        lines.push_back(withDelay(step, step.bytes[0] == '$' ? unwrapped(step) : textLine(step)));
+        lines.push_back(withDelay(step, step.bytes[0] == '$' ? unwrapped(step, type) : textLine(step)));
     return lines;
 }
 
@@ -88,7 +90,7 @@ TEST(NovatelBase, EveryFormatTypePortAndCommandSet) {
                config.nStationType = keys.at("station");
                CommandSteps steps = novatelBasePosition(type, config, kPosition);
                append(steps, novatelBaseOutput(type, config, keys.at("set")));
-               EXPECT_EQ(novatelLines(steps),
+               EXPECT_EQ(novatelLines(steps, type),
                          expectedLines(golden.lines({"position", "head", "logs", "tail"}, keys), type,
                                        config.uVarekPort))
                    << testing::PrintToString(keys);
@@ -124,8 +126,9 @@ TEST(NovatelBase, IndicesAndTextsStayInTheirTables) {
     EXPECT_EQ(lines(0), "unlogall com256");
     EXPECT_EQ(lines(4), "log com256 rtcaobs2b ontime 256");
     // the low 8 bits of U+010D are a CR
-    for (const wchar_t* end : {L"\r\nfreset\r\n", L"\x010D!", L"\x7!"}) {
-        config.strStationID = std::wstring(L"12345") + end;
+    using namespace std::string_literals;
+    for (const std::wstring& end : {L"\r\nfreset\r\n"s, L"\x010D!"s, L"\x7!"s, L"\0!"s}) {
+        config.strStationID = L"12345" + end;
         EXPECT_EQ(lines(2), "dgpstxid rtca \"12345\"");
     }
 }
@@ -146,16 +149,16 @@ TEST(NovatelRover, EveryFormatFilterPortAndIonosphere) {
                config.uVarekFormat = static_cast<unsigned char>(keys.at("format"));
                config.nLimitBase = keys.at("limit");
                config.uCom = static_cast<unsigned char>(0xE0 | keys.at("com"));
-               const CommandSteps steps =
-                   novatelRover(typeOf(keys.at("type")), config, keys.at("set"), keys.at("iono"));
-               EXPECT_EQ(novatelLines(steps),
+               const GPSOEMTYPE type = typeOf(keys.at("type"));
+               const CommandSteps steps = novatelRover(type, config, keys.at("set"), keys.at("iono"));
+               EXPECT_EQ(novatelLines(steps, type),
                          golden.lines({"start", "iono", "silence", "source", "input"}, keys))
                    << testing::PrintToString(keys);
            });
     config.uVarekFormat = 7;
     for (const wchar_t* any : {L"ANY", L"", L"\r\nfreset"}) {
         config.strStationIndex = any;
-        EXPECT_EQ(textLine(novatelRover(OEM_NOVATEL, config, 0, 0).at(5)), "psrdiffsource rtcmv3 any") << any;
+        EXPECT_EQ(textLine(novatelRover(OEM_NOVATEL, config, 0, 0).at(4)), "rtksource rtcmv3 any") << any;
     }
 }
 
@@ -197,11 +200,12 @@ TEST(Javad, EveryFormatAndNetwork) {
 TEST(Javad, PortsAndRatesOutsideTheirTables) {
     struct {
         int port, baud;
-        const char* line;
+        const char *base, *rover;
     } const cases[] = {
-        {0, 0, "0 %%set,/par/dev/ser/a/rate,4800"},      {3, 4, "0 %%set,/par/dev/ser/d/rate,57600"},
-        {4, 5, "0 %%set,/par/dev/ser/a/rate,115200"},    {7, 9, "0 %%set,/par/dev/ser/a/rate,115200"},
-        {255, -1, "0 %%set,/par/dev/ser/a/rate,115200"}, {2, 1, "0 %%set,/par/dev/ser/c/rate,9600"},
+        {0, 0, "a/rate,4800", "a/rate,4800"},       {3, 4, "d/rate,57600", "d/rate,57600"},
+        {2, 1, "c/rate,9600", "c/rate,9600"},       {4, 5, "a/rate,115200", "e/rate,115200"},
+        {7, 9, "a/rate,115200", "h/rate,115200"},   {25, 2, "a/rate,19200", "z/rate,19200"},
+        {26, -1, "a/rate,115200", "a/rate,115200"}, {255, 3, "a/rate,38400", "a/rate,38400"},
     };
 
     for (const auto& c : cases) {
@@ -209,8 +213,9 @@ TEST(Javad, PortsAndRatesOutsideTheirTables) {
         CRoverConfigJavad rover;
         base.uPort = rover.uPort = static_cast<unsigned char>(c.port);
         base.nBaud = rover.nBaud = c.baud;
-        EXPECT_THAT(javadLines(javadBase(base, kPosition)), testing::Contains(c.line));
-        EXPECT_THAT(javadLines(javadRover(rover)), testing::Contains(c.line));
+        const std::string line = "0 %%set,/par/dev/ser/";
+        EXPECT_THAT(javadLines(javadBase(base, kPosition)), testing::Contains(line + c.base));
+        EXPECT_THAT(javadLines(javadRover(rover)), testing::Contains(line + c.rover));
     }
 }
 
@@ -275,8 +280,10 @@ TEST(Trimble, RecordsFollowTheSettings) {
     expectRecords("serial", "parity", {-1, 0, 1, 2, 3});
     expectRecords("serial", "cts", {0, 5});
     expectRecords("output", "format", {0, 1, 2, 3, 4, 5, 6, 255});
-    expectRecords("output", "add", {1});
     expectRecords("output", "interval", {0, 1, 2, 3, 5, 10, 15, 30, 60, 255});
+    forAll({{"format", {0, 1, 2, 3, 4, 5, 6, 255}}, {"add", {1}}}, [&](const GoldenKeys& keys) {
+        EXPECT_EQ(recordsOf(trimbleBaseOf(keys), "output"), golden.lines("added", keys));
+    });
     CBaseConfig config;
     config.uElevMask = 15;
     config.uPDOPMask = 9;
@@ -289,6 +296,13 @@ TEST(Trimble, RecordsFollowTheSettings) {
             records.push_back(reference);
         EXPECT_EQ(records, golden.lines("masks_and_reference", {{"short", name[1] == L'\n'}}));
     }
+    CRoverConfig rover;
+    rover.fElevMask = 12.6f;
+    rover.fPDOPMask = 255;
+    rover.uTrimblePort = 255;
+    rover.nBaud = 9;
+    rover.uParity = 2;
+    EXPECT_EQ(recordsOf(trimbleRover(OEM_NONE, OEM_TRIMBLE, rover), ""), golden.lines("rover"));
 }
 
 // One line a field: "offset bytes name: value".
@@ -354,6 +368,10 @@ TEST(Carriers, TakeTheRoadOfTheType) {
         EXPECT_EQ(trimbleSteps(typeOf(type), serialQuery(), 0)[0].wrapped, type == 15 || type == 16) << type;
     }
     EXPECT_TRUE(makerText(OEM_NOVATEL, "VL,S" + std::string(300, 'x'), 0).empty());
+    const std::string longLine = std::string(245, 'x') + "\r\n";
+    EXPECT_EQ(novatelText(OEM_NOVATEL_5, longLine, 0).at(0).bytes.size(), 256u);
+    EXPECT_TRUE(novatelText(OEM_NOVATEL_6, 'x' + longLine, 0).empty());
+    EXPECT_EQ(text(novatelText(OEM_NOVATEL_19, 'x' + longLine, 0).at(0).bytes), 'x' + longLine);
     EXPECT_TRUE(trimbleSteps(OEM_NONE, {0x64, counted(256), "", false}, 0).empty());
     EXPECT_TRUE(cmcSteps(OEM_CMC, 1, false, counted(256), 0).empty());
 
@@ -372,14 +390,49 @@ TEST(Sequences, ResetsAreMarked) {
     EXPECT_FALSE(trimbleBase(OEM_NONE, OEM_TRIMBLE, CBaseConfig(), kPosition, L"")[0].factoryReset);
 }
 
-std::string everythingWithDecimals() {
+// Which steps change a rate, and to what: "port baud what".
+TEST(Sequences, TellWhichRateTheyChange) {
+    CBaseConfig base;
+    base.uVarekPort = 1;
+    CRoverConfig rover;
+    rover.uCom = 0xE3;
+
+    struct {
+        CommandSteps steps;
+        const char* rate;
+    } const cases[] = {
+        {novatelBaseOutput(OEM_NOVATEL_18, base, 0), "2 9600 com com2 9600"},
+        {novatelRover(OEM_NOVATEL, rover, 0, 0), "3 9600 com com3 9600"},
+        {javadBase(CBaseConfigJavad(), kPosition), "1 38400 %%set,/par/dev/ser/a/rate,38400"},
+        {javadRover(CRoverConfigJavad()), "2 115200 %%set,/par/dev/ser/b/rate,115200"},
+        {thalesBaud('C', 9), "3 115200 $PASHS,SPD,C,9"},
+        {thalesBaud('C', 10), ""},
+        {thalesBaud('?', 9), ""},
+        {novatelBaseOutput(OEM_NOVATEL_5, base, 0), ""},  // the line here ends at the maker's receiver
+        {novatelRover(OEM_NOVATEL_6, rover, 0, 0), ""},
+    };
+
+    for (const auto& c : cases) {
+        std::string rates;
+        for (const CommandStep& step : c.steps)
+            if (step.newRate)
+                rates += std::to_string(step.newRate->port) + ' ' + std::to_string(step.newRate->baud) + ' ' +
+                         step.what;
+        EXPECT_EQ(rates, c.rate);
+    }
+}
+
+std::string everythingWithNumbers() {
+    CBaseConfig base;
+    base.nBaud = 9;
     CRoverConfig rover;
     rover.fElevMask = 12.5f;
-    std::string sent;
-    for (const CommandSteps& steps : {novatelBasePosition(OEM_NOVATEL, CBaseConfig(), kPosition),
-                                      javadBase(CBaseConfigJavad(), kPosition),
-                                      javadRover(CRoverConfigJavad()), novatelRover(OEM_NOVATEL, rover, 2, 1),
-                                      trimbleBase(OEM_NONE, OEM_TRIMBLE, CBaseConfig(), kPosition, L"B")})
+    std::string sent = sendHexLine(12345, counted(1200));
+    for (const CommandSteps& steps :
+         {novatelBasePosition(OEM_NOVATEL, base, kPosition), novatelBaseOutput(OEM_NOVATEL, base, 2),
+          thalesBaud('A', 12345), javadBase(CBaseConfigJavad(), kPosition), javadRover(CRoverConfigJavad()),
+          novatelRover(OEM_NOVATEL, rover, 2, 1),
+          trimbleBase(OEM_NONE, OEM_TRIMBLE, CBaseConfig(), kPosition, L"B")})
         for (const CommandStep& step : steps) {
             sent += text(step.bytes);
             for (const FileField& field : step.fields)
@@ -390,14 +443,18 @@ std::string everythingWithDecimals() {
 
 class CommaPunctuation final : public std::numpunct<char> {
     char do_decimal_point() const override { return ','; }
+
+    char do_thousands_sep() const override { return '.'; }
+
+    std::string do_grouping() const override { return "\3"; }
 };
 
 TEST(Sequences, DoNotFollowTheLocale) {
-    const std::string plain = everythingWithDecimals();
+    const std::string plain = everythingWithNumbers();
     const std::locale before = std::locale::global(std::locale(std::locale(), new CommaPunctuation));
     for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "de_DE", "German_Germany.1252"})
         if (std::setlocale(LC_ALL, name) != nullptr) break;
-    const std::string german = everythingWithDecimals();
+    const std::string german = everythingWithNumbers();
     std::setlocale(LC_ALL, "C");
     std::locale::global(before);
     EXPECT_EQ(german, plain);

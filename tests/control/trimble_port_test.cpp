@@ -69,8 +69,9 @@ protected:
         clock.onSleep = [&user](int) { drain(user); };
     }
 
+    // Until all is written, or the writer has ended before that.
     static void drain(CSerialPort& user) {
-        while (user.nQueueDepth() > 0)
+        while (user.nQueueDepth() > 0 && user.bWriterRunning())
             std::this_thread::yield();
     }
 
@@ -127,6 +128,11 @@ const Operation kOperations[] = {
          p.vSetReceiverType(OEM_VAREK_TRIMBLE_15);
          p.vGetSerial();
      }},
+    {"CommandWrapped16",
+     [](auto& p) {
+         p.vSetReceiverType(OEM_VAREK_TRIMBLE_16);
+         p.vSendCommand(6, nullptr, 0, 30);
+     }},
     {"Text", [](auto& p) { p.vSendVarekString(OEM_NONE, L"RM,B5"); }},
     {"TextThroughNovatel", [](auto& p) { p.vSendVarekString(OEM_TYPE_3, L"RM,B5", 5); }},
     {"RZ", [](auto& p) { EXPECT_EQ(p.bSendVarekRZCmd(OEM_NOVATEL_6, L"RZ,B5", 1, 60), 1); }},
@@ -134,11 +140,15 @@ const Operation kOperations[] = {
     {"Masks", [](auto& p) { p.vMaskIntCmd(0x10001, 0, 5, 10); }},
     {"MasksAskedFor", [](auto& p) { p.vMaskIntCmd(0x1234, 1, 5, 10); }},
     {"OwnTooLong", [](auto& p) { p.vSendOwnCmd(1, 1, 65534, counted(65534).data()); }},
+    {"OwnWithoutData", [](auto& p) { p.vSendOwnCmd(1, 0x1234, 0, nullptr); }},
     {"Tsip",
      [](auto& p) {
          p.vSendTSIPCmd({0x82, {0x10}}, 9);
      }},
     {"Cmc", [](auto& p) { p.vSendCMCCMD(20, 1, 0, nullptr, 50, OEM_CMC); }},
+    {"Cmc11", [](auto& p) { p.vSendCMCCMD(20, 0, 0, nullptr, 50, OEM_TYPE_11); }},
+    {"Cmc12", [](auto& p) { p.vSendCMCCMD(20, 0, 0, nullptr, 50, OEM_TYPE_12); }},
+    {"RMThroughNovatel", [](auto& p) { p.vSendVarekRMCmd(OEM_NOVATEL, 5, 20); }},
     {"RMWithoutSettings", [](auto& p) { p.vSendVarekRMCmd(OEM_NONE, 5, 20); }},
     {"RMWithSettings",
      [](auto& p) {
@@ -153,7 +163,7 @@ const Operation kOperations[] = {
          p.vSetRLFlag(1);
          p.vSendVarekRKCmd(OEM_NONE, 44, 0);
      }},
-    {"BTVV", [](auto& p) { p.vSendBTVVStr(L"abcdefghijklmno"); }},
+    {"BTVV", [](auto& p) { p.vSendBTVVStr(L"abcdefghijklmnopqrstu"); }},
     {"BTVVNothing", [](auto& p) { p.vSendBTVVStr(L""); }},
     {"SerialQuery", [](auto& p) { p.vGetSerial(); }},
     {"StatusQuery", [](auto& p) { p.vGetStat1(); }},
@@ -174,6 +184,15 @@ const Operation kOperations[] = {
     {"Cors", [](auto& p) { p.vSendCorsData(kBytes, 4, OEM_TYPE_13); }},
     {"Corrections", [](auto& p) { p.vSendVDCmd(kBytes, 4, OEM_NOVATEL_19); }},
     {"CorrectionsNothing", [](auto& p) { p.vSendVDCmd(nullptr, 4, OEM_NOVATEL); }},
+    {"CorrectionsNegative", [](auto& p) { p.vSendVDCmd(kBytes, -4, OEM_NOVATEL); }},
+    {"NovatelSecondStep",
+     [](auto& p) {
+         CBaseConfig config;
+         config.uVarekFormat = 4;
+         config.strStationID = L"12";
+         config.nBaud = 9;
+         p.vSetBaseStationNovatel1(OEM_NOVATEL, &config);
+     }},
     {"NullRecords",
      [](auto& p) {
          for (int type = -1; type <= 20; ++type) {
@@ -208,12 +227,14 @@ TEST_F(TrimblePortTest, TextsForTheModemAreCutAt55) {
     port.vSendLandCmd(std::wstring(111, L'x'), OEM_NONE);
     port.vSendGGAMsg(std::wstring(110, L'x'), OEM_NONE);
     port.vSendLandCmd(L"", OEM_NONE);
+    port.vSendVarekString(OEM_NONE, L"VL,S" + std::wstring(2000, L'x'));
+    EXPECT_EQ(sent().back().size(), 3u + 256 * 3 - 1);
     Lines starts;
     for (const std::string& line : sent())
         starts.push_back(line.substr(0, line.find(" 24 24") + 21));
     EXPECT_EQ(starts,
               (Lines{"100 24 24 56 4C 18 37 78", "100 24 24 56 4C 18 37 78", "50 24 24 56 4C 18 01 78",
-                     "10 24 24 56 46 18 37 78", "50 24 24 56 46 18 37 78"}));
+                     "10 24 24 56 46 18 37 78", "50 24 24 56 46 18 37 78", "50 24 24 56 4C 18 F7 78"}));
 }
 
 TEST_F(TrimblePortTest, BytesForTheBoardAreWaitedFor) {
@@ -233,6 +254,10 @@ TEST_F(TrimblePortTest, BytesForTheBoardAreWaitedFor) {
     expectFrame(L"R", 4, 0, 0);
     expectFrame(L"RZ", 4, 0, 13);
     EXPECT_EQ(spelled(ByteSpan(out).first(13)), "24 24 52 5A 18 04 00 01 02 03 14 0D 0A");
+    int length = 56;
+    port.vAdjustVarekCmd(OEM_NOVATEL_6, L"RZ", counted(56).data(), nullptr, length);
+    EXPECT_EQ(length, 0);
+    EXPECT_EQ(sent().size(), 3u);
 }
 
 // A block of more than 20 pieces is dropped whole, so its pieces are one group; the next block is another.
@@ -310,11 +335,74 @@ TEST_F(TrimblePortTest, ThalesBaudMovesBothEnds) {
     }
 }
 
+// The command stays in the queue for two looks at it; the last wait begins when it is gone.
+TEST_F(TrimblePortTest, ThalesBaudWaitsUntilTheCommandIsSent) {
+    open();
+    device->writes = {{WriteStep::kBlock, 0}};
+    std::vector<int> depths;
+    clock.onSleep = [&](int) {
+        depths.push_back(port.nQueueDepth());
+        if (depths.size() != 2) return;
+        device->free();
+        drain(port);
+    };
+    port.vChangeThalesBaud('B', 5, 9, 1);
+    device->free();
+    EXPECT_EQ(depths, (std::vector<int>{1, 1, 0}));
+}
+
+// The last line of a rover's setup reaches the receiver at the rate that the line before it has set.
+TEST_F(TrimblePortTest, FollowsTheRateOfTheReceiversPort) {
+    struct {
+        const char* name;
+        GPSOEMTYPE type;
+        int linePort, com;
+        std::size_t toldBefore;  // writes at the old rate, when the rate changes
+        unsigned rate;
+    } const cases[] = {
+        {"the port in use", OEM_NOVATEL, 1, 1, 6, 115200},
+        {"another port", OEM_NOVATEL, 2, 1, 0, 9600},
+        {"a port that is not known", OEM_NOVATEL, 0, 1, 0, 9600},
+        {"no port", OEM_NOVATEL, 0, 0, 0, 9600},
+        {"a port of the board inside", OEM_NOVATEL_5, 1, 1, 0, 9600},
+    };
+
+    for (const auto& c : cases) {
+        CTrimblePort user;
+        devices.next.clear();
+        use(user);
+        ASSERT_EQ(user.bOpenPort(nullptr, 3, 9600), 1);
+        CRoverConfig config;
+        config.uCom = static_cast<unsigned char>(c.com);
+        config.nBaud = 9;
+        std::size_t told = 0;
+        clock.onSleep = [&](int) {
+            drain(user);
+            if (device->driver.BaudRate == 9600) told = device->written().size();
+        };
+        user.vSetLinePort(c.linePort);
+        user.vSetRoverStation(&config, c.type);
+        drain(user);
+        EXPECT_EQ(told, c.toldBefore) << c.name;
+        EXPECT_EQ(device->driver.BaudRate, c.rate) << c.name;
+        if (told != 0) {
+            EXPECT_EQ(device->written()[told - 1], "com com1 115200\r\n");
+            EXPECT_EQ(device->written().size(), told + 1);
+        }
+    }
+}
+
 // Which operation a setup is, told by its first bytes; the bytes themselves are compared with the transcripts.
+// Packets are wrapped by the type of the port, which is none here, not by that of the setup.
 TEST_F(TrimblePortTest, SetupGoesByTheType) {
     const std::map<int, std::string> starts = {
         {0, "\x02"}, {1, "ecutoff"}, {2, "\x01"},   {5, "$$RZ8"},     {6, "$$RZ\x18"}, {7, "\x02"},
         {8, "\x02"}, {14, "\x02"},   {15, "$$RG8"}, {16, "$$RG\x18"}, {18, "ecutoff"}, {19, "ecutoff"}};
+    const CRoverConfig rover;
+    const auto lastLead = [this] {
+        drain(port);
+        return device->written().back().substr(0, 1);
+    };
     open();
     for (int type = -1; type <= 20; ++type) {
         CBaseConfig config;
@@ -325,7 +413,18 @@ TEST_F(TrimblePortTest, SetupGoesByTheType) {
         if (behind == before) continue;
         EXPECT_TRUE(device->written()[before].starts_with(starts.at(type))) << type;
         EXPECT_EQ(config.uTrimblePort, type == 15 || type == 16 ? 1 : 2);
+        if (setupFamily(static_cast<GPSOEMTYPE>(type)) != SetupFamily::kTrimble) continue;
+        EXPECT_EQ(lastLead(), "\x02") << type;
+        port.vSetRoverStation(&rover, static_cast<GPSOEMTYPE>(type));
+        EXPECT_EQ(lastLead(), "\x02") << type;
     }
+    port.vSetReceiverType(OEM_VAREK_TRIMBLE_16);
+    CBaseConfig config;
+    port.vSetBaseStation(&config, kPosition, L"B", OEM_TRIMBLE);
+    EXPECT_EQ(lastLead(), "$");
+    EXPECT_EQ(config.uTrimblePort, 2);
+    port.vSetRoverStation(&rover, OEM_TRIMBLE);
+    EXPECT_EQ(lastLead(), "$");
 }
 
 TEST_F(TrimblePortTest, RemembersWhatItSetUp) {
@@ -371,8 +470,11 @@ TEST_F(TrimblePortTest, TellsHowMuchOfASequenceItTook) {
     };
     EXPECT_EQ(port.nSendSteps(steps), 1);
     CBaseConfig config;
+    CRoverConfig rover;
     port.vSetBaseStation(&config, kPosition, L"", OEM_NOVATEL);
+    port.vSetRoverStation(&rover, OEM_NOVATEL);
     EXPECT_EQ(port.bBaseFixed(), 0);
+    EXPECT_EQ(port.bRoverMode(), 0);
 }
 
 TEST(TrimblePort, NumberOfSixBytes) {
@@ -381,6 +483,7 @@ TEST(TrimblePort, NumberOfSixBytes) {
     const unsigned char high[] = {0xFA, 0, 0, 0, 0, 0xF};
     EXPECT_EQ(CTrimblePort::strGetNum(high), L"10150000000015");
     EXPECT_EQ(CTrimblePort::strGetNum(ByteSpan(high).first(5)), L"");
+    EXPECT_EQ(CTrimblePort::strGetNum(nullptr), L"");
 }
 
 }  // namespace

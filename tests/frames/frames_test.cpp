@@ -17,6 +17,7 @@ TEST(ReceiverTypes, AreAddressedAsTheyListen) {
     const std::map<int, int> selectors = {{0, 0x19}, {1, 0x48},  {3, 0x49},  {4, 0x39},  {5, 0x38},
                                           {9, 0x1B}, {10, 0x3B}, {12, 0x38}, {15, 0x38}, {19, 0x38}};
     const std::string families = "TNC  NNTT     TTT NN";  // of types 0 to 19
+    const std::string boards = "     NN    CC  TT   ";    // inside the maker's receivers
     for (const int type :
          {-2, -1, 0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17, 18, 19, 20, 1 << 30}) {
         const auto receiver = static_cast<GPSOEMTYPE>(type);
@@ -26,6 +27,9 @@ TEST(ReceiverTypes, AreAddressedAsTheyListen) {
         const char family = type >= 0 && type <= 19 ? families[static_cast<std::size_t>(type)] : ' ';
         EXPECT_EQ(" TNC"[static_cast<int>(setupFamily(receiver))], family) << type;
         EXPECT_EQ(isOlderTrimble(receiver), type == 0 || (type >= 14 && type <= 16)) << type;
+        const char inside = type >= 0 && type <= 19 ? boards[static_cast<std::size_t>(type)] : ' ';
+        EXPECT_EQ(" TNC"[static_cast<int>(boardInside(receiver))], inside) << type;
+        EXPECT_EQ(hasDataModem(receiver), type == 18 || type == 19) << type;
     }
 }
 
@@ -46,6 +50,7 @@ TEST(TextCompiler, CompilesFields) {
         {"a field uses the announcement up", "RM,B5B6", -1, "24 24 52 4D 18 01 05 03 0D 0A"},
         {"a number that is not there gives nothing", "RM,B,Bx,B99999999999999999999,B5", -1,
          "24 24 52 4D 18 01 05 03 0D 0A"},
+        {"one that is not there uses the announcement up", "RM,BB5", -1, "24 24 52 4D 18 00 07 0D 0A"},
         {"blanks and a sign before a number", "RM,B +5", -1, "24 24 52 4D 18 01 05 03 0D 0A"},
         {"two signs are no number", "RM,B+-5", -1, "24 24 52 4D 18 00 07 0D 0A"},
         {"what is skipped leaves the announcement", "RM,?7B5", -1, "24 24 52 4D 18 01 05 03 0D 0A"},
@@ -73,7 +78,6 @@ TEST(TextCompiler, StaysWithinItsBounds) {
         {"the longest text that fits", std::string("VL,S").append(247, 'x'), 256},
         {"a longer one", std::string("VL,S").append(4096, 'x'), 256},
         {"numbers without end", std::string("VS").append(4096, ','), 9},
-        {"a field half inside", std::string("VS").append(246, 'x') + ",L1", 13},
         {"numbers past the end",
          [] {
              std::string text = "VS";
@@ -88,6 +92,12 @@ TEST(TextCompiler, StaysWithinItsBounds) {
 
     for (const auto& c : cases)
         EXPECT_EQ(compileMakerText(c.text, OEM_NONE).size(), c.frame) << c.name;
+    std::string text = "VS";
+    for (int i = 0; i < 123; ++i)
+        text += ",W1";
+    const Bytes halfInside = compileMakerText(text + ",L2", OEM_NONE);  // 246 bytes, then four
+    ASSERT_EQ(halfInside.size(), 256u);
+    EXPECT_EQ(spelled(ByteSpan(halfInside).subspan(250, 3)), "01 00 02");
 }
 
 TEST(MakerFrames, SplitAndJoin) {

@@ -29,7 +29,7 @@ const Case kCases[] = {
     {"reset", receiverReset(), 0x58, "FF 03 52 45 53 45 54"},
     {"file list", fileListQuery(), 0x66, ""},
     {"file 258", fileQuery(258), 0x65, "01 02"},
-    {"file -2", fileQuery(-2), 0x65, "FF FE"},
+    {"file -2", fileQuery(-2), 0x65, "00 FE"},
     {"raw data once", rawQuery(1, 2), 0x56, "01 02 00"},
     {"GSOF, older", *gsofOutput(2, OEM_TRIMBLE, 3), 0x64, "00 00 00 03 06 01 01" GSOF_OUTPUTS},
     {"GSOF, inside a maker's receiver", *gsofOutput(2, OEM_VAREK_TRIMBLE_15, 3), 0x64,
@@ -90,6 +90,52 @@ TEST(ApplicationFileFields, CoverEveryByte) {
             }
             EXPECT_EQ(spelled(joined), spelled(body)) << c.name;
         }
+}
+
+// "name: value" of each field, one behind the other.
+std::string described(const std::string& body) {
+    std::string text;
+    for (const FileField& field : applicationFileFields(vkcomm::bytesOf(body)))
+        text += field.name + ": " + field.value + "; ";
+    return text;
+}
+
+TEST(ApplicationFileFields, TellWhatTheBytesMean) {
+    struct {
+        const char* name;
+        std::string body;
+        const char* fields;
+    } const cases[] = {
+        {"a page behind the first has no control block",
+         hex("050101"
+             "07040A020F00"),
+         "transmission: 5; page: 1; last page: 1; record: 7, output message; record length: 4; output: 10, "
+         "GSOF; "
+         "port: 2; frequency: 15, 50 Hz; offset, seconds: 0; "},
+        {"the longer general controls",
+         hex("000100"
+             "01080D01060000010200"),
+         "transmission: 0; page: 1; last page: 0; record: 1, general controls; record length: 8; elevation "
+         "mask, "
+         "degrees: 13; measurement rate: 1; PDOP mask: 6; frequency source: 0; reserved: 0; RTK mode: 1; "
+         "solution "
+         "selection: 2; reserved: ; "},
+        {"a name that would move the cursor",
+         hex("000100"
+             "030A00001B5B324A4180007E"),
+         "transmission: 0; page: 1; last page: 0; record: 3, reference position; record length: 10; flag: 0; "
+         "node: "
+         "0; station name: .[2JA..~; "},
+        {"a record that is cut short",
+         hex("000100"
+             "0325000041"),
+         "transmission: 0; page: 1; last page: 0; record: 3, reference position; record length: 37; flag: 0; "
+         "node: "
+         "0; cut short: ; "},
+    };
+
+    for (const auto& c : cases)
+        EXPECT_EQ(described(c.body), c.fields) << c.name;
 }
 
 }  // namespace

@@ -55,6 +55,19 @@ protected:
         return {(status & 0x7F) == 0 ? status >> 8 & 0xFF : -1, bytesOf("out"), bytesOf("err")};
     }
 
+    // A line for the shell with a wait for a condition, which gives up after a minute.
+    Outcome play(const std::string& line) {
+        return shell(R"sh(await() {
+    tries=0
+    until eval "$1"; do
+        tries=$((tries + 1))
+        [ $tries -lt 600 ] || { echo "waited in vain for: $1" >&2; exit 99; }
+        sleep 0.1
+    done
+}
+)sh" + line);
+    }
+
     Outcome run(const std::string& arguments) { return shell("VKCOMM " + arguments); }
 
 private:

@@ -11,6 +11,7 @@
 #include "host/command_report.h"
 #include "host/command_set.h"
 #include "host/receiver_commands.h"
+#include "host/receiver_configuration.h"
 #include "host/settings_kinds.h"
 #include "host/station_setup.h"
 #include "tests/host/literal_frames.h"
@@ -39,6 +40,7 @@ public:
     std::deque<Turn> turns;
     std::deque<std::string> pieces;  // to be read; at first what comes before any command
     std::string taken;
+    std::vector<std::uint32_t> rates;  // that the line was set to
 
     bool open(const std::wstring&, std::uint32_t) override { return true; }
 
@@ -59,7 +61,10 @@ public:
 
     bool getState(CommState&) override { return true; }
 
-    bool setState(const CommState&) override { return true; }
+    bool setState(const CommState& state) override {
+        change([&] { rates.push_back(state.BaudRate); });
+        return true;
+    }
 
     bool purge(std::uint32_t) override { return true; }
 
@@ -150,6 +155,7 @@ struct Given {
     std::vector<CommandResult> results;
     std::string line;  // what went over it, "> text|" or "< text|" for each chunk
     bool isGood = false;
+    int linePort = 0;
 
     Given& run(const CommandTarget& to, const CommandSteps& steps, std::chrono::milliseconds wait = 30s) {
         OneDevice device(receiver);
@@ -161,6 +167,7 @@ struct Given {
         std::string error;
         ReceiverSession session(*parsePortUrl("serial:/dev/scripted?baud=9600", error), options);
         EXPECT_TRUE(session.open(error)) << error;
+        session.port().vSetLinePort(linePort);
         RunnerSteps tell;
         tell.chunk = [this](const LineChunk& chunk) {
             line += (chunk.isSent ? "> " : "< ") + std::string(textOf(chunk.bytes)) + "|";
@@ -326,6 +333,38 @@ TEST(CommandRunner, KnowsTheAnswersOfEachFamily) {
     }
 }
 
+TEST(AnswerReader, FindsTheSameHoweverTheBytesAreCut) {
+    struct Case {
+        const char* family;
+        std::string bytes;
+        Texts answers;
+    };
+
+    const Case cases[] = {
+        {"novatel",
+         kBestpos + "\xAA" + kOk + kRangecmp + "<ERROR:no\r\n" + maker("RZ", "<O") + maker("RZ", "K\r\n"),
+         {"<OK", "<ERROR:no", "<OK"}},
+        {"trimble",
+         trimble(0x40, "\x06\x15") + "\x06" + trimble(7, "") + "\x15\x02" + maker("RZ", "\x06"),
+         {"ACK", "NAK", "ACK"}},
+        {"csi",
+         "$>$>\r\n$\r\n$GP$>JT,X\r\n" + kBinNavigation + "$>JRAD,1P,OK\r\n",
+         {"$>$>", "$>JT,X", "$>JRAD,1P,OK"}},
+        {"javad", "RE002%%\r\nER00A%%{1,\"no\"}\r\n", {"RE002%%", "ER00A%%{1,\"no\"}"}},
+    };
+    for (const Case& c : cases)
+        for (const std::size_t size : {std::size_t{1}, std::size_t{2}, std::size_t{7}, std::size_t{100000}}) {
+            AnswerReader reader(target(c.family));
+            for (std::size_t at = 0; at < c.bytes.size(); at += size)
+                reader.feed(spanOf(std::string_view(c.bytes).substr(at, size)));
+            reader.pause();
+            Texts answers;
+            while (const auto answer = reader.next())
+                answers.push_back(answer->text);
+            EXPECT_EQ(answers, c.answers) << c.family << ", pieces of " << size;
+        }
+}
+
 TEST(CommandRunner, WaitsForTheRecordThatWasAskedFor) {
     const CommandTarget novatel = target("novatel");
     Given given;
@@ -370,6 +409,28 @@ TEST(CommandRunner, TellsWhatWasSentOfASequenceThatTheLineCutsOff) {
         const std::string cut = std::string("fix none 01\r\n").substr(0, size);
         EXPECT_EQ(given.line, "> ecutoff 5\r\n|< " + kOk + "|" + (size == 0 ? "" : "> " + cut + "|"));
     }
+}
+
+TEST(CommandRunner, FollowsTheRateOfThePortThatTheLineEndsAt) {
+    const CommandTarget to = target("novatel");
+    std::string error;
+    const auto steps = configurationSteps(to, {.action = "baud", .port = "com2", .baud = 57600}, error);
+    ASSERT_TRUE(steps) << error;
+    for (const int port : {0, 1, 2}) {
+        Given given;
+        given.linePort = port;
+        given.receiver->turns = {{{kOk}}};
+        given.run(to, *steps);
+        EXPECT_EQ(given.outcomes(), Outcomes{kAnswered}) << "answered at the old rate";
+        EXPECT_EQ(given.receiver->rates.back(), port == 2 ? 57600U : 9600U) << port;
+    }
+    Given lost;
+    lost.run(to, *steps, 100ms);
+    EXPECT_EQ(lost.outcomes(), Outcomes{kSilent});
+    EXPECT_THAT(lost.results[0].problem, HasSubstr("port 2 of the receiver was set to 57600 bit/s"));
+    EXPECT_EQ(receiverPort(to, "com2", error), 2);
+    EXPECT_EQ(receiverPort(target("javad"), "b", error), 2);
+    EXPECT_FALSE(receiverPort(target("trimble"), "1", error));
 }
 
 TEST(CommandPlan, PutsResetsFirstAndKeepsFramesTogether) {
@@ -519,19 +580,19 @@ TEST(StationSetup, GivesTheSameBytesInEveryLocale) {
 TEST(StationSetup, RefusesStationsThatAFormatCannotName) {
     struct Case {
         const char* family;
-        unsigned char format;
         const wchar_t* station;
+        unsigned char format;
         bool isGood;
     };
 
     const Case cases[] = {
-        {"novatel", 0, L"31", true},   {"novatel", 0, L"32", false},
-        {"novatel", 1, L"1023", true}, {"novatel", 1, L"1024", false},
-        {"novatel", 2, L"ABCD", true}, {"novatel", 2, L"ABCDE", false},
-        {"novatel", 7, L"4095", true}, {"novatel", 7, L"4096", false},
-        {"novatel", 0, L"x", false},   {"trimble", 4, L"31", true},
-        {"trimble", 4, L"32", false},  {"trimble", 1, L"1023", true},
-        {"trimble", 1, L"-1", false},  {"novatel", 0, L"1\r\nfreset", false},
+        {"novatel", L"31", 0, true},   {"novatel", L"32", 0, false},
+        {"novatel", L"1023", 1, true}, {"novatel", L"1024", 1, false},
+        {"novatel", L"ABCD", 2, true}, {"novatel", L"ABCDE", 2, false},
+        {"novatel", L"4095", 7, true}, {"novatel", L"4096", 7, false},
+        {"novatel", L"x", 0, false},   {"trimble", L"31", 4, true},
+        {"trimble", L"32", 4, false},  {"trimble", L"1023", 1, true},
+        {"trimble", L"-1", 1, false},  {"novatel", L"1\r\nfreset", 0, false},
     };
     for (const Case& c : cases) {
         CBaseConfig config;

@@ -263,7 +263,7 @@ std::string epochOf(unsigned id, const Record& log) {
         return text(std::stol(header.at(5)), std::lround(1000.0 * std::stod(header.at(6))));
     }
     const auto* bytes = reinterpret_cast<const unsigned char*>(log.bytes.data());
-    return text(loadLe<std::uint16_t>(bytes + 14), loadLe<std::uint32_t>(bytes + 16));
+    return text(loadLe<std::uint16_t>(bytes + 14), static_cast<long>(loadLe<std::uint32_t>(bytes + 16)));
 }
 
 // The maker's converter leaves out the binary responses to commands. from is shown as to.

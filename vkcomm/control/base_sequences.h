@@ -2,7 +2,7 @@
 // station identifier, rates and the output port. Built without a port; see command_step.h.
 //
 // Positions are those of the antenna's phase centre: latitude and longitude in radians, ellipsoidal height in
-// metres. One that no base can stand on gives no steps at all (see basePositionProblem). An index outside its
+// metres. One that no base can stand on gives no steps at all (see setup_limits.h). An index outside its
 // table gives the table's default. A station identifier ends at its first control character. Pure functions;
 // any thread.
 #pragma once
@@ -10,15 +10,12 @@
 #include <string>
 
 #include "vkcomm/control/command_step.h"
+#include "vkcomm/control/setup_limits.h"
 #include "vkcomm/datum/geodetic.h"
 #include "vkcomm/frames/receiver_type.h"
 #include "vkcomm/settings/base_config.h"
 
 namespace vkcomm {
-
-// Empty, or what is wrong with the position: a number that is not finite, a latitude beyond 90 degrees, a
-// longitude beyond 360, a height below -1000 or above 20,000,000 m (the ranges of NovAtel's FIX command).
-VKCOMM_API std::string basePositionProblem(const BLH& position);
 
 // NovAtel, first step: masks and position.
 VKCOMM_API CommandSteps novatelBasePosition(GPSOEMTYPE type, const CBaseConfig& config, const BLH& position);
@@ -40,8 +37,8 @@ VKCOMM_API void setBoardLink(GPSOEMTYPE type, CBaseConfig& config);
 // decides the wrapping.
 //
 // uTrimbleFormat: 0 RTCM code corrections, 1 RTCM code and phase, 2 RTCM phase, 3 CMR, 4 CMR+, 5 CMRx, others
-// CMR+. nParity: 0 none, 1 odd, 2 even, others none. An interval that has no frequency code is sent as one
-// second.
+// CMR+; with nAddRTCM RTCM code corrections as well. nParity: 0 none, 1 odd, 2 even, others none. An interval that
+// has no frequency code is sent as one second.
 VKCOMM_API CommandSteps trimbleBase(GPSOEMTYPE portType, GPSOEMTYPE type, const CBaseConfig& config,
                                     const BLH& position, const std::wstring& stationName);
 

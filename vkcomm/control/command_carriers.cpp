@@ -1,7 +1,5 @@
 #include "vkcomm/control/command_carriers.h"
 
-#include <algorithm>
-
 #include "vkcomm/frames/board_frames.h"
 #include "vkcomm/frames/maker_frame.h"
 #include "vkcomm/frames/send_hex.h"
@@ -67,27 +65,19 @@ CommandSteps makerText(GPSOEMTYPE dialect, std::string_view text, int delay) {
     return steps;
 }
 
-CommandSteps novatelText(GPSOEMTYPE type, std::string_view line, int delay) {
-    switch (type) {
-    case OEM_NOVATEL:
-    case OEM_NOVATEL_18:
-    case OEM_NOVATEL_19: return plainText(line, delay);
-    case OEM_NOVATEL_5:
-    case OEM_NOVATEL_6: return makerText(type, "RZ,S" + std::string(line), delay);
-    default: return {};
-    }
+CommandSteps novatelText(GPSOEMTYPE type, std::string_view text, int delay) {
+    if (setupFamily(type) != SetupFamily::kNovatel) return {};
+    if (boardInside(type) == SetupFamily::kNone) return plainText(text, delay);
+    if (text.size() > kLongestMakerPayload) return {};
+    return makerText(type, "RZ,S" + std::string(text), delay);
 }
 
 CommandSteps trimbleSteps(GPSOEMTYPE portType, const TrimbleCommand& command, int delay) {
     const Bytes packet = trimblePacket(command.type, command.data);
     if (packet.empty()) return {};
-    CommandSteps steps;
-    if (portType == OEM_VAREK_TRIMBLE_15)
-        steps = framed(OEM_NOVATEL_5, command.what, packet, delay);
-    else if (portType == OEM_VAREK_TRIMBLE_16)
-        steps = framed(OEM_NOVATEL_6, command.what, packet, delay);
-    else
-        steps = single(command.what, packet, delay);
+    CommandSteps steps = boardInside(portType) == SetupFamily::kTrimble
+                             ? framed(portType, command.what, packet, delay)
+                             : single(command.what, packet, delay);
     steps.front().factoryReset = command.factoryReset;
     if (command.type == kApplicationFile) steps.front().fields = applicationFileFields(command.data);
     return steps;
@@ -97,12 +87,8 @@ CommandSteps cmcSteps(GPSOEMTYPE type, unsigned char id, bool repeated, ByteSpan
     const Bytes message = cmcMessage(id, repeated, data);
     if (message.empty()) return {};
     const std::string what = "message " + integerText(id & 0x7F);
-    switch (type) {
-    case OEM_CMC: return single(what, message, delay);
-    case OEM_TYPE_11: return framed(OEM_NOVATEL_6, what, message, delay);
-    case OEM_TYPE_12: return framed(OEM_NOVATEL_5, what, message, delay);
-    default: return {};
-    }
+    if (type == OEM_CMC) return single(what, message, delay);
+    return boardInside(type) == SetupFamily::kCmc ? framed(type, what, message, delay) : CommandSteps();
 }
 
 }  // namespace vkcomm

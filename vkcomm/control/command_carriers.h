@@ -21,8 +21,9 @@ VKCOMM_API CommandSteps starText(std::string_view text, int delay);
 // 3 get the frame through a NovAtel pass-through line, which can hold 255 bytes; a longer frame gives no steps.
 VKCOMM_API CommandSteps makerText(GPSOEMTYPE dialect, std::string_view text, int delay);
 
-// A NovAtel line with its CR LF: as it stands to types 1, 18 and 19, as the maker's "RZ" text to types 5 and 6.
-VKCOMM_API CommandSteps novatelText(GPSOEMTYPE type, std::string_view line, int delay);
+// A NovAtel line with its CR LF: as it stands to types 1, 18 and 19, as the maker's "RZ" text to types 5 and 6. One
+// of more than 247 bytes, which that frame would cut, gives no steps there.
+VKCOMM_API CommandSteps novatelText(GPSOEMTYPE type, std::string_view text, int delay);
 
 // A Trimble packet, in "RZ" frames when the port's receiver is of type 15 or 16. Data of more than 255 bytes
 // gives no steps.

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <iterator>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,16 +12,23 @@
 
 namespace vkcomm {
 
+// One of the receiver's own ports, counted from 1 (com1, A and a are 1), and its rate in bits per second. A line that
+// ends at this port must change with it.
+struct PortRate {
+    int port = 0;
+    int baud = 0;
+};
+
 // One write to the port.
 struct CommandStep {
-    std::string what;  // for people: a line without its end, or what a packet does
-    Bytes bytes;       // as they leave the port; never empty
-    int delay = 0;     // milliseconds that the port waits after them
-    unsigned long group = 0;
-    bool wrapped = false;           // they travel inside the maker's frame or a NovAtel pass-through line
-    bool drain = false;             // the write queue must be empty before the next step
-    bool factoryReset = false;      // the receiver loses its settings
-    std::vector<FileField> fields;  // of a Trimble application file, on its first step
+    std::string what;           // for people: a line without its end, or what a packet does
+    Bytes bytes;                // as they leave the port; never empty
+    int delay = 0;              // milliseconds that the port waits after them
+    bool wrapped = false;       // they travel inside the maker's frame or a NovAtel pass-through line
+    bool drain = false;         // the write queue must be empty before the next step
+    bool factoryReset = false;  // the receiver loses its settings
+    std::optional<PortRate> newRate = {};  // what the receiver listens at from here on
+    std::vector<FileField> fields = {};    // of a Trimble application file, on its first step
 };
 
 using CommandSteps = std::vector<CommandStep>;

@@ -16,6 +16,7 @@ struct JavadRow {
     const char* text;
     FormatSet formats = kAnyFormat;
     int delay = 0;
+    bool setsRate = false;
 };
 
 constexpr FormatSet kRtcm = formats({0, 1, 2, 3, 4, 5});
@@ -52,7 +53,7 @@ constexpr JavadRow kBaseLines[] = {
     {"%%dm,/dev/ser/<port>"},
     {"%%set,/par/dev/ser/<port>/imode,cmd"},
     {"%%set,/par/dev/ser/<port>/rtscts,off"},
-    {"%%set,/par/dev/ser/<port>/rate,<baud>"},
+    {"%%set,/par/dev/ser/<port>/rate,<baud>", kAnyFormat, 0, true},
 
     {"%%em,/dev/ser/<port>,/msg/rtcm{/1:1.00,/31:1.00,/3:10}", formats({0})},
     {"%%em,/dev/ser/<port>,/msg/rtcm{/9:1.00,/34:1.00,/3:10}", formats({1})},
@@ -70,46 +71,53 @@ constexpr JavadRow kBaseLines[] = {
     {"%%em,/dev/ser/<port>,/msg/rtk/jps/max:1.00", formats({13})},
 };
 
-// Parameter names as published in the receivers' command reference (GREIS) and seen in recorded set-ups of
-// these receivers; the masks and the port are set as for a base.
+// In GREIS, the receivers' command language. Behind each line is where it was seen: in the set-up of a base, or in
+// recorded set-ups of rovers of this family.
 constexpr JavadRow kRoverLines[] = {
-    {"%%set,base/mode/,off"},
-    {"%CTRLSETUPMASK1%set,/par/pos/elm,<mask>", kAnyFormat, 10},
-    {"%CTRLSETUPMASK2%set,/par/out/elm/cur/term,<mask>", kAnyFormat, 10},
-    {"%%set,/par/pos/pdop,<pdop>"},
-    {"%%set,/par/pos/pd/vrs,<vrs>"},
-    {"%%set,/par/pos/pd/fkp,<fkp>"},
-    {"%%set,/par/pos/pd/port,/dev/ser/<port>"},
-    {"%%set,/par/pos/mode/cur,pd"},
-    {"%%dm,/dev/ser/<port>"},
-    {"%%set,/par/dev/ser/<port>/rtscts,off"},
-    {"%%set,/par/dev/ser/<port>/rate,<baud>"},
-    {"%%set,/par/dev/ser/<port>/imode,rtcm", formats({0})},
-    {"%%set,/par/dev/ser/<port>/imode,rtcm3", formats({1})},
-    {"%%set,/par/dev/ser/<port>/imode,cmr", formats({2})},
-    {"%%set,/par/dev/ser/<port>/imode,jps", formats({3})},
+    {"%%set,base/mode/,off"},                                              // as for a base
+    {"%CTRLSETUPMASK1%set,/par/pos/elm,<mask>", kAnyFormat, 10},           // as for a base
+    {"%CTRLSETUPMASK2%set,/par/out/elm/cur/term,<mask>", kAnyFormat, 10},  // as for a base
+    {"%%set,/par/pos/pdop,<pdop>"},                                        // recorded
+    {"%%set,/par/pos/pd/vrs,<vrs>"},                                       // recorded: off, y
+    {"%%set,/par/pos/pd/fkp,<fkp>"},                                       // recorded: off
+    {"%%set,/par/pos/pd/port,/dev/ser/<port>"},                            // recorded
+    {"%%set,/par/pos/mode/cur,pd"},                                        // recorded
+    {"%%dm,/dev/ser/<port>"},                                              // as for a base
+    {"%%set,/par/dev/ser/<port>/rtscts,off"},                              // as for a base
+    {"%%set,/par/dev/ser/<port>/rate,<baud>", kAnyFormat, 0, true},        // as for a base
+    {"%%set,/par/dev/ser/<port>/imode,rtcm", formats({0})},                // recorded
+    {"%%set,/par/dev/ser/<port>/imode,rtcm3", formats({1})},               // recorded
+    {"%%set,/par/dev/ser/<port>/imode,cmr", formats({2})},                 // recorded
+    {"%%set,/par/dev/ser/<port>/imode,jps", formats({3})},                 // recorded
 };
 
-std::string portLetter(unsigned char index) {
-    return std::string(1, static_cast<char>('a' + (index <= 3 ? index : 0)));
-}
+// Ports by their place in the alphabet; port a for an index that has none.
+int basePort(unsigned char index) { return index <= 3 ? index + 1 : 1; }
 
-std::string baudText(int index) {
+int roverPort(unsigned char index) { return index <= 'z' - 'a' ? index + 1 : 1; }
+
+int baudOf(int index) {
     constexpr int kRates[] = {4800, 9600, 19200, 38400, 57600};
-    return integerText(index >= 0 && index < 5 ? kRates[index] : 115200);
+    return index >= 0 && index < 5 ? kRates[index] : 115200;
 }
 
 std::string cartesianText(const BLH& position) {
     const XYZ xyz = CConvert::BLHtoXYZ(position);
-    return "{W84," + fixedText(xyz.x, 3) + ',' + fixedText(xyz.y, 3) + ',' + fixedText(xyz.z, 3) + '}';
+    return "{W84," + fixedPointText(xyz.x, 3) + ',' + fixedPointText(xyz.y, 3) + ',' +
+           fixedPointText(xyz.z, 3) + '}';
 }
 
 std::string onOff(bool on) { return on ? "on" : "off"; }
 
-CommandSteps stepsOf(std::span<const JavadRow> rows, int format, const LineValues& values) {
+CommandSteps stepsOf(std::span<const JavadRow> rows, int format, const PortRate& rate, LineValues values) {
+    values.push_back({"port", std::string(1, static_cast<char>('a' + rate.port - 1))});
+    values.push_back({"baud", integerText(rate.baud)});
     CommandSteps steps;
-    for (const JavadRow& row : rows)
-        if (serves(row.formats, format)) append(steps, javadText(fillLine(row.text, values), row.delay));
+    for (const JavadRow& row : rows) {
+        if (!serves(row.formats, format)) continue;
+        append(steps, javadText(fillLine(row.text, values), row.delay));
+        if (row.setsRate) markRate(steps, rate);
+    }
     return steps;
 }
 
@@ -117,23 +125,19 @@ CommandSteps stepsOf(std::span<const JavadRow> rows, int format, const LineValue
 
 CommandSteps javadBase(const CBaseConfigJavad& config, const BLH& position) {
     if (!basePositionProblem(position).empty()) return {};
-    return stepsOf(kBaseLines, config.uDifFormat,
+    return stepsOf(kBaseLines, config.uDifFormat, {basePort(config.uPort), baudOf(config.nBaud)},
                    {{"mask", integerText(config.uElevMask)},
                     {"position", cartesianText(position)},
-                    {"id", recordText(config.strStationID)},
-                    {"port", portLetter(config.uPort)},
-                    {"baud", baudText(config.nBaud)}});
+                    {"id", recordText(config.strStationID)}});
 }
 
 CommandSteps javadRover(const CRoverConfigJavad& config) {
     if (!roverMaskProblem(config.fElevMask, config.fPDOPMask).empty()) return {};
-    return stepsOf(kRoverLines, config.uDifFormat,
+    return stepsOf(kRoverLines, config.uDifFormat, {roverPort(config.uPort), baudOf(config.nBaud)},
                    {{"mask", integerText(std::lround(config.fElevMask))},
-                    {"pdop", fixedText(config.fPDOPMask, 1)},
+                    {"pdop", fixedPointText(config.fPDOPMask, 1)},
                     {"vrs", onOff(config.nNetwork == 1)},
-                    {"fkp", onOff(config.nNetwork == 2)},
-                    {"port", portLetter(config.uPort)},
-                    {"baud", baudText(config.nBaud)}});
+                    {"fkp", onOff(config.nNetwork == 2)}});
 }
 
 }  // namespace vkcomm

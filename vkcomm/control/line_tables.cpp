@@ -29,12 +29,6 @@ std::string fillLine(std::string_view line, const LineValues& values) {
     return filled;
 }
 
-std::string fixedText(double value, int decimals) {
-    std::string text;
-    appendFixed(text, value, decimals);
-    return text;
-}
-
 std::string recordText(std::wstring_view text) {
     std::string bytes = lowBytes(text);
     bytes.erase(
@@ -46,6 +40,10 @@ std::string recordText(std::wstring_view text) {
 long long recordNumber(std::wstring_view text) {
     using Limits = std::numeric_limits<std::int32_t>;
     return std::clamp<long long>(parseInteger(text), Limits::min(), Limits::max());
+}
+
+void markRate(CommandSteps& steps, const PortRate& rate) {
+    if (!steps.empty() && !steps.back().wrapped) steps.back().newRate = rate;
 }
 
 }  // namespace vkcomm::detail

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "vkcomm/control/command_step.h"
+
 namespace vkcomm::detail {
 
 // Which formats a row serves: bit n stands for format n. Formats from 32 on are served by rows for all only.
@@ -37,13 +39,15 @@ using LineValues = std::vector<LineValue>;
 // for places.
 std::string fillLine(std::string_view line, const LineValues& values);
 
-std::string fixedText(double value, int decimals);
-
 // A text of a settings record for use inside a command: the low 8 bits of its characters up to the first
 // control character, so that no record can slip a command of its own in.
 std::string recordText(std::wstring_view text);
 
 // The decimal number at the front of a record's text, within 32 bits.
 long long recordNumber(std::wstring_view text);
+
+// Says that the last step sets this rate. A wrapped step is left alone: the line here ends at the maker's receiver,
+// which keeps its rate.
+void markRate(CommandSteps& steps, const PortRate& rate);
 
 }  // namespace vkcomm::detail

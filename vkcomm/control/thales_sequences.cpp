@@ -2,6 +2,7 @@
 
 #include "vkcomm/control/command_carriers.h"
 #include "vkcomm/control/line_tables.h"
+#include "vkcomm/frames/baud_rates.h"
 
 namespace vkcomm {
 
@@ -41,9 +42,12 @@ CommandSteps thalesInit(char port) {
 }
 
 CommandSteps thalesBaud(char port, int baudIndex) {
-    return starText(fillLine("$PASHS,SPD,<port>,<code>",
-                             {{"port", std::string(1, port)}, {"code", integerText(baudIndex)}}),
-                    0);
+    CommandSteps steps = starText(fillLine("$PASHS,SPD,<port>,<code>", {{"port", std::string(1, port)},
+                                                                        {"code", integerText(baudIndex)}}),
+                                  0);
+    const int baud = baudOfIndex(baudIndex, 0);
+    if (baud != 0 && port >= 'A' && port <= 'Z') markRate(steps, {port - 'A' + 1, baud});
+    return steps;
 }
 
 }  // namespace vkcomm

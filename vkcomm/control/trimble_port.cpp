@@ -10,6 +10,8 @@
 
 namespace vkcomm {
 
+using namespace std::chrono_literals;
+
 namespace {
 
 constexpr int kPieceDelay = 50;
@@ -36,13 +38,25 @@ int CTrimblePort::bOpenPort(MessageTarget* pOwner, unsigned int uPort, unsigned 
 int CTrimblePort::nSendSteps(const CommandSteps& steps) {
     int taken = 0;
     for (const CommandStep& step : steps) {
-        if (WriteToPort(step.bytes.data(), static_cast<unsigned long>(step.bytes.size()), step.delay,
-                        step.group, 1) == 0)
+        if (WriteToPort(step.bytes.data(), static_cast<unsigned long>(step.bytes.size()), step.delay, 0, 1) ==
+            0)
             break;
         ++taken;
         if (step.drain) bWaitWriteBufferEmpty();
+        if (step.newRate && step.newRate->port == m_linePort) followTo(step.newRate->baud);
     }
     return taken;
+}
+
+// The receiver changes its rate when it has read the command, not when it has been sent.
+int CTrimblePort::awaitRateChange() {
+    const int isSent = bWaitWriteBufferEmpty();
+    ClockInUse().sleep(300ms);
+    return isSent;
+}
+
+void CTrimblePort::followTo(int baud) {
+    if (awaitRateChange()) bChangeBaudrate(static_cast<unsigned int>(baud));
 }
 
 void CTrimblePort::vSendCommand(unsigned char uType, const unsigned char* pData, int nLength,
@@ -67,7 +81,7 @@ void CTrimblePort::vAdjustVarekCmd(GPSOEMTYPE eType, const std::wstring& strComm
     const bool isUsable = letters.size() >= 2 && isGiven(pData, nLength);
     const ByteSpan data = given(pData, nLength);
     nLength = 0;
-    if (!isUsable) return;
+    if (!isUsable || !pOut) return;
     const std::vector<Bytes> frames = makerFrames(letters, eType, data);
     for (std::size_t i = 0; i + 1 < frames.size(); ++i) {
         sendBytes(frames[i], 0);
@@ -192,7 +206,7 @@ int CTrimblePort::nSendECommandArray(int bUseVS, GPSOEMTYPE eType) {
 }
 
 std::wstring CTrimblePort::strGetNum(const unsigned char* pBytes) {
-    return strGetNum(ByteSpan(pBytes, kNumberBytes));
+    return strGetNum(given(pBytes, kNumberBytes));
 }
 
 std::wstring CTrimblePort::strGetNum(ByteSpan bytes) {

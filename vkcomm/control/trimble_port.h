@@ -5,7 +5,7 @@
 // Who wants to see the bytes first, or to know what was taken, builds the steps and hands them to nSendSteps.
 //
 // A dialect is the type of the receiver the command is meant for. Texts become bytes by the low 8 bits of their
-// characters. Data of null with a length above 0, negative lengths and data that a frame cannot hold send nothing.
+// characters. Null data with a length above 0, negative lengths and data that a frame cannot hold send nothing.
 // Delays are milliseconds that the writer waits behind the bytes.
 //
 // One thread at a time; see CSerialPort for the threads of a port. Records given by pointer stay the caller's.
@@ -60,10 +60,14 @@ public:
     // 2 disturbed; other values: it is told nothing.
     void vSetIonosphere(int nCondition) { m_ionosphere = nCondition; }
 
-    // 1 once the port has taken the first step of a NovAtel base setup.
+    // Which of the receiver's own ports this line ends at, counted from 1 (com1, port a); 0, as at first: not known.
+    // When a step sets the rate of that port, nSendSteps waits until it is sent and follows; else it keeps the rate.
+    void vSetLinePort(int nPort) { m_linePort = nPort; }
+
+    // 1 once the port has taken the first step of a NovAtel base setup, all of it.
     int bBaseFixed() const { return m_baseFixed; }
 
-    // Set to 1 by a NovAtel rover setup, to 0 by the second step of a base setup.
+    // 1 once it has taken a NovAtel rover setup, 0 again once it has taken the second step of a base setup.
     int bRoverMode() const { return m_roverMode; }
 
     // --- Frames
@@ -78,14 +82,14 @@ public:
     // Wraps bytes for the board in the maker's frame. Up to 55 become one frame in pOut. Of more the full pieces
     // are framed and sent at once, each waited for, and pOut gets the frame of what is left, which may be empty;
     // the caller sends it. pOut must have room for 64 bytes; nLength is the number of bytes, then that of the
-    // frame; 0, and nothing is sent, for a command of fewer than two letters or no data to the length.
+    // frame; 0, and nothing is sent, for a command of fewer than two letters, no data to the length, or no pOut.
     void vAdjustVarekCmd(GPSOEMTYPE eType, const std::wstring& strCommand, const unsigned char* pData,
                          unsigned char* pOut, int& nLength);
 
     // A text compiled into the maker's frame (see frames/text_compiler.h); to types 1 to 3 through a NovAtel
     // pass-through line. A delay of 0 or less is 50.
     void vSendVarekString(GPSOEMTYPE eType, const std::wstring& strText, int nDelay = 0);
-    // The same, for "RZ" texts; nUnused changes nothing. Always 1.
+    // The same, for "RZ" texts. Deliberate: nUnused changes nothing and the result is always 1, as hosts know it.
     int bSendVarekRZCmd(GPSOEMTYPE eType, const std::wstring& strText, int nUnused, int nDelay);
 
     // NovAtel's SENDHEX line: the receiver writes the bytes to its port.
@@ -107,7 +111,7 @@ public:
     // --- The maker's commands
 
     // RM, announced by an RQ line of the attached settings 100 ms before. Deliberate: without settings an empty
-    // text is compiled and sent in its place, which RK does not do; receivers are used to it.
+    // text is compiled and sent in its place, which RK does not do; receivers in the field are driven so.
     void vSendVarekRMCmd(GPSOEMTYPE eType, unsigned char uValue, int nDelay);
     void vSendVarekRQCmd(GPSOEMTYPE eType, unsigned char uFirst, unsigned char uSecond, int nDelay);
     // RK, or RL by the flag, announced when settings are attached.
@@ -136,7 +140,7 @@ public:
     int nPendingCommands() const { return static_cast<int>(m_pending.size()); }
 
     // Eleven digits from six bytes, of each the low half first; a half above 9 prints as two digits. Of a pointer
-    // six bytes must be readable; a shorter span gives no digits.
+    // six bytes must be readable; null and a shorter span give no digits.
     static std::wstring strGetNum(ByteSpan bytes);
     static std::wstring strGetNum(const unsigned char* pBytes);
 
@@ -145,11 +149,12 @@ public:
     void vGetSerial();
     void vGetStat1();
     void vGetOpt();
+    // Not a question when uData is 4 or 5: the satellite is disabled or enabled (see satelliteQuery).
     void vGetSVData(unsigned char uData, unsigned char uSatellite);
     void vGetBreakInfo();
     void vGetAFDir();
     void vGetAppFile(short nFile);
-    // The same as vGetAppFile.
+    // Deliberate: sends what vGetAppFile sends (65h), and not the packet that activates a file (6Dh); hosts know it so.
     void vActAppFile(short nFile);
     // Not a question: the receiver goes back to its factory defaults.
     void vResetTBGPS();
@@ -201,6 +206,9 @@ private:
 
     void vSetBaseStationNovatel(GPSOEMTYPE eType, const CBaseConfig* pConfig, const BLH& position);
 
+    bool takesAll(const CommandSteps& steps);
+    int awaitRateChange();
+    void followTo(int baud);
     void sendCommand(const TrimbleCommand& command);
     void sendBytes(const Bytes& bytes, int delay);
     void sendPieces(const char* command, const std::wstring& text, GPSOEMTYPE type, int delayBetween);
@@ -213,6 +221,7 @@ private:
     unsigned char m_rlFlag = 0;
     int m_cmdSet = 0;
     int m_ionosphere = 0;
+    int m_linePort = 0;
     int m_baseFixed = 0;
     int m_roverMode = 0;
     std::uint32_t m_group = kFirstGroup;

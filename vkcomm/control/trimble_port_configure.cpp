@@ -6,8 +6,6 @@
 
 namespace vkcomm {
 
-using namespace std::chrono_literals;
-
 void CTrimblePort::sendCommand(const TrimbleCommand& command) {
     nSendSteps(trimbleSteps(m_receiverType, command, 0));
 }
@@ -69,8 +67,7 @@ void CTrimblePort::vChangeThalesBaud(char cPort, int nOldBaud, int nNewBaud, int
     if (nOldBaud == nNewBaud) return;
     if (bLocal) setLocalBaud(nOldBaud);
     nSendSteps(thalesBaud(cPort, nNewBaud));
-    bWaitWriteBufferEmpty();
-    ClockInUse().sleep(300ms);
+    awaitRateChange();
     if (bLocal) setLocalBaud(nNewBaud);
 }
 

@@ -14,24 +14,21 @@ namespace {
 
 using namespace detail;
 
-constexpr unsigned char kReferencePosition = 0x03;
-constexpr unsigned char kOutputMessage = 0x07;
-constexpr unsigned char kStaticOrKinematic = 0x0A;
-constexpr unsigned char kKinematic = 0x00;
+// Message flags of RTCM: types 18 and 19, type 1. From older manuals; no receiver has confirmed them yet.
+constexpr unsigned char kPhase = 0x01, kCode = 0x02;
 
-constexpr unsigned char kCmr = 0x02;
-constexpr unsigned char kRtcm = 0x03;
-
-// What an output record asks for. RTCM flags: bit 0 phase (types 18 and 19), bit 1 code (type 1).
 struct Output {
-    unsigned char message;
-    unsigned char flags;
+    FileOutput output;
+    unsigned char detail;  // message flags of RTCM, kind of CMR
 };
 
-constexpr std::array<Output, 6> kOutputs = {
-    {{kRtcm, 0x02}, {kRtcm, 0x03}, {kRtcm, 0x01}, {kCmr, 0x02}, {kCmr, 0x00}, {kCmr, 0x03}}};
-constexpr Output kUsualOutput = {kCmr, 0x00};
-constexpr Output kAddedOutput = {kRtcm, 0x03};
+constexpr std::array<Output, 6> kOutputs = {{{kRtcmOutput, kCode},
+                                             {kRtcmOutput, kCode | kPhase},
+                                             {kRtcmOutput, kPhase},
+                                             {kCmrOutput, 0x02},
+                                             {kCmrOutput, 0x00},
+                                             {kCmrOutput, 0x03}}};
+constexpr Output kUsualOutput = {kCmrOutput, 0x00};
 
 struct Frequency {
     unsigned char seconds;
@@ -44,20 +41,26 @@ constexpr unsigned char kOnceASecond = 3;
 constexpr unsigned char kBoardPort = 1;
 constexpr int kBoardBaud = 7;
 
-bool isInMakersReceiver(GPSOEMTYPE type) {
-    return type == OEM_VAREK_TRIMBLE_15 || type == OEM_VAREK_TRIMBLE_16;
-}
+bool isInMakersReceiver(GPSOEMTYPE type) { return boardInside(type) == SetupFamily::kTrimble; }
 
 struct Link {
     unsigned char port;
     int baud;
 };
 
+// The record of types 15 and 16 may not have been changed yet (see setBoardLink).
 Link linkOf(GPSOEMTYPE type, unsigned char port, int baud) {
     return isInMakersReceiver(type) ? Link{kBoardPort, kBoardBaud} : Link{port, baud};
 }
 
 Output outputOf(unsigned char format) { return format < kOutputs.size() ? kOutputs[format] : kUsualOutput; }
+
+// Code messages. Behind a record of RTCM it repeats what that one asks for, since a receiver may keep only the last
+// record of a port and output.
+Output addedOutput(const Output& chosen) {
+    const unsigned char before = chosen.output == kRtcmOutput ? chosen.detail : 0;
+    return {kRtcmOutput, static_cast<unsigned char>(before | kCode)};
+}
 
 unsigned char frequencyOf(unsigned char seconds) {
     for (const Frequency& each : kFrequencies)
@@ -67,28 +70,18 @@ unsigned char frequencyOf(unsigned char seconds) {
 
 unsigned char parityOf(int index) { return index >= 0 && index <= 2 ? static_cast<unsigned char>(index) : 0; }
 
-template <typename T>
-void appendBe(Bytes& bytes, T value) {
-    bytes.resize(bytes.size() + sizeof(T));
-    storeBe(bytes.data() + bytes.size() - sizeof(T), value);
-}
-
 Bytes referenceContent(const BLH& position, const std::wstring& name, long long station) {
-    constexpr std::size_t kNameLength = 8;
+    constexpr std::size_t kLength = 37, kNameAt = 2, kNameLength = 8;
     std::string fixedName = recordText(name);
     fixedName.resize(kNameLength, ' ');
-    Bytes content = {0, 0};
-    content.insert(content.end(), fixedName.begin(), fixedName.end());
-    appendBe(content, position.latitude);
-    appendBe(content, position.longitude);
-    appendBe(content, position.height);
-    appendBe(content, static_cast<std::uint16_t>(station & 0x3FF));
-    content.push_back(static_cast<unsigned char>(station & 0x1F));
+    Bytes content(kLength);
+    std::copy(fixedName.begin(), fixedName.end(), content.begin() + kNameAt);
+    storeBe(content.data() + 10, position.latitude);
+    storeBe(content.data() + 18, position.longitude);
+    storeBe(content.data() + 26, position.height);
+    storeBe(content.data() + 34, static_cast<std::uint16_t>(station & 0x3FF));
+    content[36] = static_cast<unsigned char>(station & 0x1F);
     return content;
-}
-
-void addOutput(ApplicationFile& file, Output output, unsigned char port, unsigned char frequency) {
-    file.record(kOutputMessage, Bytes{output.message, port, frequency, 0x00, output.flags, 0x00, 0x00, 0x00});
 }
 
 }  // namespace
@@ -99,31 +92,35 @@ void setBoardLink(GPSOEMTYPE type, CBaseConfig& config) {
     config.nBaud = link.baud;
 }
 
+// Records 01h, 02h, 03h and 07h of the published application file.
 CommandSteps trimbleBase(GPSOEMTYPE portType, GPSOEMTYPE type, const CBaseConfig& config, const BLH& position,
                          const std::wstring& stationName) {
     if (!basePositionProblem(position).empty()) return {};
     const Link link = linkOf(type, config.uTrimblePort, config.nBaud);
     const unsigned char frequency = frequencyOf(config.uInterval);
+    const Output chosen = outputOf(config.uTrimbleFormat), added = addedOutput(chosen);
     ApplicationFile file(type);
     file.generalControls(config.uElevMask, config.uPDOPMask)
         .serialPort(link.port, baudCodeOfIndex(link.baud), parityOf(config.nParity), config.nCTS != 0)
-        .record(kReferencePosition,
-                referenceContent(position, stationName, recordNumber(config.strStationID)));
-    addOutput(file, outputOf(config.uTrimbleFormat), link.port, frequency);
-    if (config.nAddRTCM != 0) addOutput(file, kAddedOutput, link.port, frequency);
+        .record(kReferencePositionRecord,
+                referenceContent(position, stationName, recordNumber(config.strStationID)))
+        .output(chosen.output, link.port, frequency, chosen.detail);
+    if (config.nAddRTCM != 0) file.output(added.output, link.port, frequency, added.detail);
     CommandSteps steps;
     if (isInMakersReceiver(type)) append(steps, makerText(type, "RG,B0", 0));
     append(steps, trimbleSteps(portType, file.command("base station"), 0));
     return steps;
 }
 
+// Records 01h, 0Ah, 07h and 02h of the published application file; the content of 0Ah is from older manuals.
 CommandSteps trimbleRover(GPSOEMTYPE portType, GPSOEMTYPE type, const CRoverConfig& config) {
     if (!roverMaskProblem(config.fElevMask, config.fPDOPMask).empty()) return {};
+    constexpr unsigned char kKinematic = 0x00;
     const Link link = linkOf(type, config.uTrimblePort, config.nBaud);
     ApplicationFile file(type);
     file.generalControls(static_cast<unsigned char>(std::lround(config.fElevMask)),
                          static_cast<unsigned char>(std::lround(config.fPDOPMask)))
-        .record(kStaticOrKinematic, Bytes{kKinematic})
+        .record(kMotionRecord, Bytes{kKinematic})
         .portSilence(link.port)
         .serialPort(link.port, baudCodeOfIndex(link.baud), parityOf(config.uParity), 0);
     return trimbleSteps(portType, file.command("rover"), 0);

@@ -1,11 +1,11 @@
 #include "vkcomm/frames/application_file_fields.h"
 
 #include <algorithm>
-#include <optional>
 #include <span>
 #include <string_view>
+#include <utility>
 
-#include "vkcomm/util/numbers.h"
+#include "vkcomm/frames/trimble_commands.h"
 
 namespace vkcomm {
 
@@ -27,35 +27,38 @@ struct Layout {
 
 constexpr Meaning kDevices[] = {{0x06, "older receivers"}, {0x08, "other receivers"}};
 constexpr Meaning kFactoryFlags[] = {{0, "keep settings"}, {1, "factory defaults first"}};
-constexpr Meaning kRecords[] = {{0x01, "general controls"},
-                                {0x02, "serial port"},
-                                {0x03, "reference position"},
-                                {0x07, "output message"},
-                                {0x0A, "static or kinematic"}};
-constexpr Meaning kBauds[] = {{0, "default"}, {1, "2400"},  {2, "4800"},  {3, "9600"},
-                              {4, "19200"},   {5, "38400"}, {6, "57600"}, {7, "115200"},
-                              {8, "300"},     {9, "600"},   {10, "1200"}};
+constexpr Meaning kRecords[] = {{kGeneralControlsRecord, "general controls"},
+                                {kSerialPortRecord, "serial port"},
+                                {kReferencePositionRecord, "reference position"},
+                                {kOutputRecord, "output message"},
+                                {kMotionRecord, "static or kinematic"}};
+constexpr Meaning kBauds[] = {{0, "default"}, {1, "2400"},    {2, "4800"},   {3, "9600"}, {4, "19200"},
+                              {5, "38400"},   {6, "57600"},   {7, "115200"}, {8, "300"},  {9, "600"},
+                              {10, "1200"},   {11, "230400"}, {12, "460800"}};
 constexpr Meaning kParities[] = {{0, "none"}, {1, "odd"}, {2, "even"}};
 constexpr Meaning kFlows[] = {{0, "none"}, {1, "CTS"}};
 constexpr Meaning kMotions[] = {{0, "kinematic"}, {1, "static"}};
-constexpr Meaning kOutputs[] = {
-    {0x02, "CMR"}, {0x03, "RTCM"}, {0x04, "raw data"}, {0x0A, "GSOF"}, {0xFF, "all off"}};
-constexpr Meaning kFrequencies[] = {{0, "off"},     {1, "10 Hz"}, {2, "5 Hz"},  {3, "1 Hz"},  {4, "2 s"},
-                                    {5, "5 s"},     {6, "10 s"},  {7, "30 s"},  {8, "60 s"},  {9, "5 min"},
-                                    {10, "10 min"}, {11, "2 Hz"}, {12, "15 s"}, {13, "20 Hz"}};
-constexpr Meaning kCmrKinds[] = {{0, "CMR+"}, {2, "CMR"}, {3, "CMRx"}};
+constexpr Meaning kOutputs[] = {{kCmrOutput, "CMR"},
+                                {kRtcmOutput, "RTCM"},
+                                {kRawOutput, "raw data"},
+                                {kGsofOutput, "GSOF"},
+                                {kEveryOutput, "all off"}};
+constexpr Meaning kFrequencies[] = {{0, "off"},     {1, "10 Hz"}, {2, "5 Hz"},  {3, "1 Hz"},   {4, "2 s"},
+                                    {5, "5 s"},     {6, "10 s"},  {7, "30 s"},  {8, "60 s"},   {9, "5 min"},
+                                    {10, "10 min"}, {11, "2 Hz"}, {12, "15 s"}, {13, "20 Hz"}, {15, "50 Hz"}};
+constexpr Meaning kCmrKinds[] = {
+    {0, "CMR+"}, {1, "CMR of a moving base"}, {2, "CMR"}, {3, "CMRx"}, {4, "CMRx of a moving base"}};
 
-constexpr Layout kHead[] = {{"transmission", 1},
-                            {"page", 1},
-                            {"last page", 1},
-                            {"file version", 1},
-                            {"device type", 1, Kind::kNumber, kDevices},
-                            {"apply at once", 1},
-                            {"factory flag", 1, Kind::kNumber, kFactoryFlags}};
+constexpr Layout kPage[] = {{"transmission", 1}, {"page", 1}, {"last page", 1}};
+constexpr Layout kControlBlock[] = {{"file version", 1},
+                                    {"device type", 1, Kind::kNumber, kDevices},
+                                    {"apply at once", 1},
+                                    {"factory flag", 1, Kind::kNumber, kFactoryFlags}};
 constexpr Layout kRecordHead[] = {{"record", 1, Kind::kNumber, kRecords}, {"record length", 1}};
 constexpr Layout kGeneralControls[] = {
     {"elevation mask, degrees", 1}, {"measurement rate", 1}, {"PDOP mask", 1},
-    {"frequency source", 1},        {"reserved", 1},         {"RTK mode", 1}};
+    {"frequency source", 1},        {"reserved", 1},         {"RTK mode", 1},
+    {"solution selection", 1}};
 constexpr Layout kSerialPort[] = {{"port", 1},
                                   {"baud", 1, Kind::kNumber, kBauds},
                                   {"parity", 1, Kind::kNumber, kParities},
@@ -83,10 +86,13 @@ struct Keyed {
     std::span<const Layout> layout;
 };
 
-constexpr Keyed kRecordLayouts[] = {
-    {0x01, kGeneralControls}, {0x02, kSerialPort}, {0x03, kReference}, {0x07, kOutput}, {0x0A, kMotion}};
-constexpr Keyed kOutputLayouts[] = {{0x02, kCmr}, {0x03, kFlags}, {0x04, kFlags}, {0x0A, kGsof}};
-constexpr unsigned char kOutputRecord = 0x07;
+constexpr Keyed kRecordLayouts[] = {{kGeneralControlsRecord, kGeneralControls},
+                                    {kSerialPortRecord, kSerialPort},
+                                    {kReferencePositionRecord, kReference},
+                                    {kOutputRecord, kOutput},
+                                    {kMotionRecord, kMotion}};
+constexpr Keyed kOutputLayouts[] = {
+    {kCmrOutput, kCmr}, {kRtcmOutput, kFlags}, {kRawOutput, kFlags}, {kGsofOutput, kGsof}};
 
 std::span<const Layout> layoutOf(std::span<const Keyed> layouts, unsigned char key) {
     const auto found =
@@ -94,10 +100,17 @@ std::span<const Layout> layoutOf(std::span<const Keyed> layouts, unsigned char k
     return found == layouts.end() ? std::span<const Layout>() : found->layout;
 }
 
-std::string fixedText(double value, int decimals, const char* unit) {
+std::string angleText(double radians) {
+    constexpr double kDegreesPerRadian = 57.29577951308232;
+    return fixedPointText(radians, 12) + " rad, " + fixedPointText(radians * kDegreesPerRadian, 9) +
+           " degrees";
+}
+
+std::string shownText(ByteSpan bytes) {
     std::string text;
-    appendFixed(text, value, decimals);
-    return text + unit;
+    for (const unsigned char byte : bytes)
+        text += byte >= ' ' && byte <= '~' ? static_cast<char>(byte) : '.';
+    return text;
 }
 
 std::string numberText(ByteSpan bytes, std::span<const Meaning> meanings) {
@@ -111,14 +124,11 @@ std::string numberText(ByteSpan bytes, std::span<const Meaning> meanings) {
 }
 
 std::string valueText(const Layout& field, ByteSpan bytes) {
-    constexpr double kDegreesPerRadian = 57.29577951308232;
     switch (field.kind) {
     case Kind::kNumber: return numberText(bytes, field.meanings);
-    case Kind::kAngle:
-        return fixedText(loadBe<double>(bytes.data()), 12, " rad, ") +
-               fixedText(loadBe<double>(bytes.data()) * kDegreesPerRadian, 9, " degrees");
-    case Kind::kMetres: return fixedText(loadBe<double>(bytes.data()), 4, " m");
-    case Kind::kText: return std::string(bytes.begin(), bytes.end());
+    case Kind::kAngle: return angleText(loadBe<double>(bytes.data()));
+    case Kind::kMetres: return fixedPointText(loadBe<double>(bytes.data()), 4) + " m";
+    case Kind::kText: return shownText(bytes);
     case Kind::kBytes: break;
     }
     return {};
@@ -128,15 +138,18 @@ class FieldReader {
 public:
     explicit FieldReader(ByteSpan body) : m_body(body) {}
 
-    void readAll() {
-        take(kHead, m_body.size());
+    std::vector<FileField> readAll() && {
+        take(kPage, m_body.size());
+        if (m_at < m_body.size() && isFirstPage()) take(kControlBlock, m_body.size());
         while (m_at < m_body.size())
             readRecord();
+        return std::move(m_fields);
     }
 
-    std::vector<FileField> m_fields;
-
 private:
+    // The only one with a control block.
+    bool isFirstPage() const { return m_body[1] == 0; }
+
     void readRecord() {
         const std::size_t start = m_at;
         take(kRecordHead, m_body.size());
@@ -168,14 +181,11 @@ private:
 
     ByteSpan m_body;
     std::size_t m_at = 0;
+    std::vector<FileField> m_fields;
 };
 
 }  // namespace
 
-std::vector<FileField> applicationFileFields(ByteSpan body) {
-    FieldReader reader(body);
-    reader.readAll();
-    return std::move(reader.m_fields);
-}
+std::vector<FileField> applicationFileFields(ByteSpan body) { return FieldReader(body).readAll(); }
 
 }  // namespace vkcomm

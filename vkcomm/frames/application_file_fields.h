@@ -16,8 +16,8 @@ struct FileField {
     std::string value;  // decimal, with unit or meaning; empty where the bytes say it all
 };
 
-// The fields in order; put together their bytes are the body. Angles are shown in radians and degrees,
-// heights in metres.
+// The fields in order; put together their bytes are the body. Angles are shown in radians and degrees, heights in
+// metres; of texts the characters that cannot be shown are dots.
 VKCOMM_API std::vector<FileField> applicationFileFields(ByteSpan body);
 
 }  // namespace vkcomm

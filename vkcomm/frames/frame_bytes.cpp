@@ -18,6 +18,12 @@ std::string integerText(long long value) {
     return text;
 }
 
+std::string fixedPointText(double value, int decimals) {
+    std::string text;
+    appendFixed(text, value, decimals);
+    return text;
+}
+
 void appendUpperHex(std::string& out, ByteSpan bytes) {
     constexpr char kDigits[] = "0123456789ABCDEF";
     for (const unsigned char byte : bytes) {

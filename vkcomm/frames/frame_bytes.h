@@ -23,6 +23,9 @@ VKCOMM_API std::string lowBytes(std::wstring_view text);
 // A whole number in decimal.
 VKCOMM_API std::string integerText(long long value);
 
+// A number with so many digits behind the point (see appendFixed).
+VKCOMM_API std::string fixedPointText(double value, int decimals);
+
 // Appends two upper-case hexadecimal digits a byte.
 VKCOMM_API void appendUpperHex(std::string& out, ByteSpan bytes);
 

@@ -35,7 +35,7 @@ std::vector<Bytes> makerFrames(std::string_view letters, GPSOEMTYPE dialect, Byt
 }
 
 std::vector<Bytes> correctionFrames(GPSOEMTYPE dialect, ByteSpan bytes) {
-    const bool toBoard = dialect == OEM_TYPE_11 || dialect == OEM_TYPE_12;
+    const bool toBoard = boardInside(dialect) == SetupFamily::kCmc;
     std::vector<Bytes> frames;
     for (const ByteSpan piece : makerPieces(bytes))
         frames.push_back(makerFrame(toBoard ? "RZ" : "VD", correctionSelector(dialect), piece));

@@ -13,7 +13,7 @@
 
 namespace vkcomm {
 
-// Bytes that are split are cut into payloads of this length; a full one tells that another frame follows.
+// Bytes that are split are cut into payloads of this length.
 inline constexpr std::size_t kMakerPayload = 55;
 
 // Longest payload of a frame that is not split, so that no frame passes 256 bytes.
@@ -26,7 +26,8 @@ VKCOMM_API Bytes makerFrame(std::string_view letters, unsigned char selector, By
 VKCOMM_API std::vector<ByteSpan> makerPieces(ByteSpan bytes);
 
 // Bytes for the board: one frame when there are at most 55, else full frames and a last one that holds the
-// rest. That rest may be empty (deliberate: the receiver waits for a frame that is not full).
+// rest. Deliberate: that rest may be empty, and its frame is sent all the same; receivers in the field are driven
+// so.
 VKCOMM_API std::vector<Bytes> makerFrames(std::string_view letters, GPSOEMTYPE dialect, ByteSpan bytes);
 
 // Corrections for the board, letters VD (RZ for types 11 and 12); no frame is empty, no bytes give no frame.

@@ -40,12 +40,19 @@ VKCOMM_API SetupFamily setupFamily(GPSOEMTYPE type);
 // The byte at offset 4 of the maker's frame.
 VKCOMM_API unsigned char makerSelector(GPSOEMTYPE type);
 
-// The same byte in frames of correction data. Types 9 and 19 are addressed like all others there; deliberate,
-// the boards listen on another address for data than for commands.
+// The same byte in frames of correction data. Deliberate: types 9 and 19 have the usual one there, though not in
+// frames of commands; receivers in the field are driven so.
 VKCOMM_API unsigned char correctionSelector(GPSOEMTYPE type);
 
 // Types whose Trimble application files have the record lengths and the device code of the older generation:
 // 0 and 14 to 16.
 VKCOMM_API bool isOlderTrimble(GPSOEMTYPE type);
+
+// Whose board is inside one of the maker's receivers, which wants what is meant for the board in its frames:
+// NovAtel for types 5 and 6, CMC for 11 and 12, Trimble for 15 and 16. kNone for all others.
+VKCOMM_API SetupFamily boardInside(GPSOEMTYPE type);
+
+// NovAtel boards with a data modem of their own: 18 and 19.
+VKCOMM_API bool hasDataModem(GPSOEMTYPE type);
 
 }  // namespace vkcomm

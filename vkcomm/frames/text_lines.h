@@ -13,8 +13,8 @@ namespace vkcomm {
 VKCOMM_API std::string starLine(std::string_view text);
 
 // The text without white space at its ends, '@', the XOR of all characters including the '@' as two upper-case
-// hexadecimal digits, CR LF: Javad commands. Javad's manual describes a rotating checksum for the same place;
-// deliberate, the receivers that hosts drive with this one take it.
+// hexadecimal digits, CR LF: Javad commands. Deliberate: Javad's manual describes a rotating checksum for the same
+// place; receivers in the field are driven with this one.
 VKCOMM_API std::string javadLine(std::string_view text);
 
 }  // namespace vkcomm

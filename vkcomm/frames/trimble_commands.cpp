@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "vkcomm/frames/baud_rates.h"
 
@@ -12,40 +13,32 @@ namespace {
 constexpr unsigned char kOlderDevice = 0x06;
 constexpr unsigned char kOtherDevice = 0x08;
 
-constexpr unsigned char kGeneralControls = 0x01;
-constexpr unsigned char kSerialPort = 0x02;
-constexpr unsigned char kOutputMessage = 0x07;
-
-constexpr unsigned char kRawMessages = 0x04;
-constexpr unsigned char kGsofMessages = 0x0A;
-constexpr unsigned char kAllMessages = 0xFF;
-
 constexpr std::array<unsigned char, 10> kBaudCodes = {8, 9, 10, 1, 2, 3, 4, 5, 6, 7};
 static_assert(kBaudCodes.size() == kBaudRates.size());
 
 constexpr std::array<unsigned char, 6> kGsofRecords = {1, 3, 6, 9, 12, 14};
+
+// Concise, with enhancements and ephemerides.
+constexpr unsigned char kRawFlags = 0x07;
 
 // How long a record is in the files of the older receivers and of the others. The older ones have the longer
 // general controls and the shorter serial port; deliberate, as their command sets give them.
 struct RecordLength {
     std::size_t older;
     std::size_t other;
+
+    constexpr std::size_t of(bool isOlder) const { return isOlder ? older : other; }
 };
 
 constexpr RecordLength kGeneralLength = {8, 6};
 constexpr RecordLength kSerialLength = {4, 6};
 constexpr RecordLength kSilenceLength = {4, 8};
-constexpr std::size_t kOutputLength = 8;
 
 unsigned char lowByte(int value) { return static_cast<unsigned char>(value); }
 
 Bytes padded(Bytes content, std::size_t length) {
     content.resize(length);
     return content;
-}
-
-Bytes padded(Bytes content, RecordLength length, bool older) {
-    return padded(std::move(content), older ? length.older : length.other);
 }
 
 std::string onPort(const char* what, int port) { return what + integerText(port); }
@@ -59,7 +52,11 @@ TrimbleCommand statusQuery() { return {0x08, {}, "ask for the status"}; }
 TrimbleCommand optionQuery() { return {0x4A, {}, "ask for the options"}; }
 
 TrimbleCommand satelliteQuery(unsigned char data, unsigned char satellite) {
-    return {0x54, {data, satellite, 0}, "ask for satellite data"};
+    constexpr unsigned char kDisable = 4, kEnable = 5;
+    const char* what = data == kDisable  ? "disable a satellite"
+                       : data == kEnable ? "enable a satellite"
+                                         : "ask for satellite data";
+    return {0x54, {data, satellite, 0}, what};
 }
 
 TrimbleCommand breakQuery() { return {0x49, {0x02, 0x02, 0x05, 0x00, 0x01, 0x00}, "ask what a break does"}; }
@@ -67,7 +64,8 @@ TrimbleCommand breakQuery() { return {0x49, {0x02, 0x02, 0x05, 0x00, 0x01, 0x00}
 TrimbleCommand fileListQuery() { return {0x66, {}, "ask for the list of application files"}; }
 
 TrimbleCommand fileQuery(short file) {
-    return {0x65, {lowByte(file >> 8), lowByte(file)}, "ask for application file " + integerText(file)};
+    const Bytes number = {lowByte(file / 256), lowByte(file % 256)};
+    return {0x65, number, "ask for application file " + integerText(file)};
 }
 
 TrimbleCommand receiverReset() {
@@ -81,11 +79,11 @@ TrimbleCommand rawQuery(unsigned char type, unsigned char flags) {
 std::optional<TrimbleCommand> gsofOutput(int port, GPSOEMTYPE type, int rate) {
     if (rate < 1 || rate > 13) return std::nullopt;
     ApplicationFile file(type, ApplicationFile::Before::kFactoryDefaults);
-    if (type == OEM_VAREK_TRIMBLE_15 || type == OEM_VAREK_TRIMBLE_16)
-        file.record(kOutputMessage, padded({kRawMessages, lowByte(port), 0x05, 0x00, 0x07}, kOutputLength));
-    for (const unsigned char message : kGsofRecords)
-        file.record(kOutputMessage,
-                    padded({kGsofMessages, lowByte(port), lowByte(rate), 0x00, message}, kOutputLength));
+    constexpr unsigned char kEveryFiveSeconds = 5;
+    if (boardInside(type) == SetupFamily::kTrimble)
+        file.output(kRawOutput, lowByte(port), kEveryFiveSeconds, kRawFlags);
+    for (const unsigned char record : kGsofRecords)
+        file.output(kGsofOutput, lowByte(port), lowByte(rate), record);
     return file.command(onPort("factory defaults, then GSOF output on port ", port));
 }
 
@@ -104,10 +102,8 @@ TrimbleCommand positionMasks(unsigned char elevation, unsigned char pdop, GPSOEM
 }
 
 TrimbleCommand rawOutput(GPSOEMTYPE type, int port, unsigned char rate) {
-    Bytes content = {kRawMessages, lowByte(port), rate};
-    if (rate != 0) content.insert(content.end(), {0x00, 0x07});
     return ApplicationFile(type)
-        .record(kOutputMessage, padded(std::move(content), kOutputLength))
+        .output(kRawOutput, lowByte(port), rate, rate != 0 ? kRawFlags : 0)
         .command(onPort("raw data on port ", port));
 }
 
@@ -123,9 +119,9 @@ ApplicationFile::ApplicationFile(GPSOEMTYPE type, Before before)
               lowByte(m_factoryDefaults)};
 }
 
-ApplicationFile& ApplicationFile::record(unsigned char recordType, ByteSpan content) {
+ApplicationFile& ApplicationFile::record(FileRecord type, ByteSpan content) {
     content = content.first(std::min<std::size_t>(content.size(), 0xFF));
-    m_body.push_back(recordType);
+    m_body.push_back(type);
     m_body.push_back(static_cast<unsigned char>(content.size()));
     m_body.insert(m_body.end(), content.begin(), content.end());
     return *this;
@@ -133,16 +129,24 @@ ApplicationFile& ApplicationFile::record(unsigned char recordType, ByteSpan cont
 
 ApplicationFile& ApplicationFile::generalControls(unsigned char elevation, unsigned char pdop) {
     constexpr unsigned char kMeasurementRate = 0x01;
-    return record(kGeneralControls, padded({elevation, kMeasurementRate, pdop}, kGeneralLength, m_older));
+    return record(kGeneralControlsRecord,
+                  padded({elevation, kMeasurementRate, pdop}, kGeneralLength.of(m_older)));
 }
 
 ApplicationFile& ApplicationFile::serialPort(unsigned char port, unsigned char baudCode, unsigned char parity,
                                              unsigned char flowControl) {
-    return record(kSerialPort, padded({port, baudCode, parity, flowControl}, kSerialLength, m_older));
+    return record(kSerialPortRecord,
+                  padded({port, baudCode, parity, flowControl}, kSerialLength.of(m_older)));
+}
+
+ApplicationFile& ApplicationFile::output(FileOutput output, unsigned char port, unsigned char frequency,
+                                         unsigned char detail) {
+    constexpr unsigned char kNoOffset = 0;
+    return record(kOutputRecord, Bytes{output, port, frequency, kNoOffset, detail, 0, 0, 0});
 }
 
 ApplicationFile& ApplicationFile::portSilence(unsigned char port) {
-    return record(kOutputMessage, padded({kAllMessages, port}, kSilenceLength, m_older));
+    return record(kOutputRecord, padded({kEveryOutput, port}, kSilenceLength.of(m_older)));
 }
 
 TrimbleCommand ApplicationFile::command(std::string what) const {

@@ -1,0 +1,179 @@
+#include "apps/vkcomm/command_run.h"
+
+#include <memory>
+
+#include "apps/vkcomm/commands.h"
+#include "apps/vkcomm/session_options.h"
+#include "host/command_set.h"
+#include "host/receiver_commands.h"
+#include "host/receiver_configuration.h"
+#include "vkcomm/platform/stop_signal.h"
+
+namespace vkcomm {
+
+using namespace std::chrono_literals;
+
+namespace {
+
+constexpr auto kRecognition = 5s;
+
+// One run on an open port.
+class CommandRun {
+public:
+    CommandRun(const CommandChoice& choice, const CommandJob& job, ShownCommands& shown)
+        : m_choice(choice), m_job(job), m_shown(shown), m_log(std::make_shared<LineLog>()),
+          m_devices(systemCommDevices(), m_log) {}
+
+    // The exit status of the process.
+    int run(std::optional<CommandTarget> target) {
+        if (!open()) return kFailed;
+        if (!target && !(target = recognised())) return kFailed;
+        std::string error;
+        const auto linePort = linePortOf(m_choice, *target, error);
+        if (!linePort) return wrongUsage(error);
+        m_opened->port().vSetLinePort(*linePort);
+        CommandRunner runner(*m_opened, *m_log, *target, {parseDuration(m_choice.wait).value_or(2s)},
+                             steps());
+        if (!runner.awaitRate(error)) return failed(error);
+        if (!learnCommandSet(runner, *target)) return kFailed;
+        const auto given = m_job.build(*target, error);
+        if (!given) return wrongUsage(error);
+        const CommandPlan plan = planOf(*target, *given);
+        if (resetsReceiver(plan) && !m_choice.yes) return wrongUsage(kNeedsYes);
+        m_shown.preface(m_job);
+        const bool isGood = runner.run(plan);
+        complain(summaryOf(runner.results()));
+        note(summaryOf(runner.results()));
+        if (m_opened.simulator) tellState(m_opened.simulator->commands().state);
+        return isGood && isTranscriptWhole() ? kDone : kFailed;
+    }
+
+private:
+    static int failed(const std::string& why) {
+        complain(why);
+        return kFailed;
+    }
+
+    static void tellState(const std::string& state) {
+        complain(state.empty()
+                     ? "the simulated receiver is as it was at first"
+                     : "the simulated receiver is now set to\n" + state.substr(0, state.rfind('\n')));
+    }
+
+    // The transcript only now: a port that cannot be opened must not cost an older one.
+    bool open() {
+        SessionChoice session;
+        session.url = m_choice.url;
+        session.noReopen = true;
+        const auto began = std::chrono::system_clock::now();
+        m_opened = openSession(session, &m_devices);
+        if (!m_opened) return false;
+        SystemError error;
+        if (m_choice.transcript.empty()) return true;
+        if (!m_transcript.begin(m_choice.transcript, error)) {
+            complain(error.message());
+            return false;
+        }
+        m_transcript.note("opening " + m_choice.url, began);
+        return true;
+    }
+
+    std::optional<CommandTarget> recognised() {
+        const auto end = systemClock().now() + kRecognition;
+        const SessionSteps quiet{[](const RoutedRecord&) {}, [](const SessionEvent& e) { complain(e.text); }};
+        while (!m_opened->stream().isRecognised() && systemClock().now() < end && !stopRequested())
+            if (!m_opened->pump(50ms, quiet)) break;
+        std::string error = "it sends nothing by which its family could be recognised";
+        const ReceiverFamily* family =
+            m_opened->stream().isRecognised() ? m_opened->stream().family() : nullptr;
+        const auto target = family ? commandTarget(family->name, {}, error) : std::nullopt;
+        if (!target) complain(m_choice.url + ": " + error + "; give --family");
+        return target;
+    }
+
+    RunnerSteps steps() {
+        return {
+            [this](const Command& command) {
+                note("command: " + command.what);
+                m_shown.begins(command);
+            },
+            [this](const Command& command, const CommandResult& result) {
+                note(std::string(outcomeName(result.outcome)) + ": " + command.what);
+                m_shown.ends(command, &result);
+            },
+            [this](const LineChunk& chunk) {
+                if (m_transcript.isOpen()) m_transcript.add(chunk);
+            },
+            [] { return stopRequested().load(); },
+        };
+    }
+
+    // Asks the board for its version when what it is to be told depends on that.
+    bool learnCommandSet(CommandRunner& runner, const CommandTarget& target) {
+        if (!m_job.needsCommandSet || !m_job.needsCommandSet(target) || *m_job.commandSet != 0) return true;
+        std::string error;
+        const auto question = questionSteps(target, "version", error);
+        const bool isAnswered = question && runner.run(planOf(target, *question));
+        if (isAnswered) *m_job.commandSet = novatelCommandSet(runner.results().front());
+        if (*m_job.commandSet == 0)
+            complain("the generation of the board's command set is not known; give --command-set 1 or 2");
+        return *m_job.commandSet != 0;
+    }
+
+    void note(const std::string& text) {
+        if (m_transcript.isOpen()) m_transcript.note(text);
+    }
+
+    bool isTranscriptWhole() const {
+        if (m_transcript.error()) complain("the transcript is cut: " + m_transcript.error().message());
+        return !m_transcript.error();
+    }
+
+    const CommandChoice& m_choice;
+    const CommandJob& m_job;
+    ShownCommands& m_shown;
+    const std::shared_ptr<LineLog> m_log;
+    LoggedDevices m_devices;
+    Transcript m_transcript;
+    OpenedSession m_opened;
+};
+
+}  // namespace
+
+void ShownCommands::preface(const CommandJob& job) { put(m_json ? job.jsonPreface : job.preface); }
+
+void ShownCommands::begins(const Command& command) {
+    m_hasBegun = true;
+    if (!m_json) put(m_report.begin(command));
+}
+
+void ShownCommands::ends(const Command& command, const CommandResult* result) {
+    if (!m_json && !m_hasBegun) begins(command);
+    m_hasBegun = false;
+    if (m_json)
+        put(m_report.json(command, result));
+    else if (result)
+        put(CommandReport::end(command, *result));
+}
+
+void ShownCommands::put(const std::string& text) {
+    m_output.buffer() += text;
+    m_output.flush();
+}
+
+int wrongUsage(const std::string& why) {
+    complain(why);
+    return kWrongUsage;
+}
+
+// 0 when it is not given.
+std::optional<int> linePortOf(const CommandChoice& choice, const CommandTarget& target, std::string& error) {
+    return choice.linePort.empty() ? 0 : receiverPort(target, choice.linePort, error);
+}
+
+int runOnPort(const CommandChoice& choice, const CommandJob& job, std::optional<CommandTarget> target,
+              ShownCommands& shown) {
+    return CommandRun(choice, job, shown).run(target);
+}
+
+}  // namespace vkcomm
