@@ -2,7 +2,6 @@
 // its settings.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>

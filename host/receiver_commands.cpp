@@ -1,7 +1,6 @@
 #include "host/receiver_commands.h"
 
 #include <algorithm>
-#include <array>
 
 #include "host/byte_text.h"
 #include "vkcomm/control/command_carriers.h"

@@ -136,10 +136,10 @@ TEST(TextFile, SaysWhyAFileIsNotToBeHad) {
     };
 
     const Case cases[] = {
-        {"no such file", folder.path("none"), CStdioFileCe::modeRead, ENOENT, "cannot read "},
-        {"a folder to read", folder.path(), CStdioFileCe::modeRead, EISDIR, "cannot read "},
-        {"a folder to write", folder.path(), CStdioFileCe::modeWrite, EISDIR, "cannot write "},
-        {"no such folder", folder.path("none/x"), CStdioFileCe::modeWrite, ENOENT, "cannot write "},
+        {"no such file", folder.path("none"), CStdioFileCe::modeRead, test::kNoFile, "cannot read "},
+        {"a folder to read", folder.path(), CStdioFileCe::modeRead, test::kIsFolder, "cannot read "},
+        {"a folder to write", folder.path(), CStdioFileCe::modeWrite, test::kIsFolder, "cannot write "},
+        {"no such folder", folder.path("none/x"), CStdioFileCe::modeWrite, test::kNoFolder, "cannot write "},
         {"a file without end", "/dev/zero", CStdioFileCe::modeRead, EFBIG, "cannot read "},
     };
     for (const Case& each : cases) {
@@ -163,7 +163,8 @@ TEST(TextFile, AFullDiskShowsAtTheLatestWhenClosing) {
     EXPECT_EQ(file.WriteString(std::wstring(1'000'000, L'x')), 0);
     EXPECT_EQ(file.WriteString(L"more\n"), 0);
     EXPECT_EQ(file.Close(), 0);
-    EXPECT_EQ(file.Error().message(), "cannot write /dev/full: No space left on device");
+    EXPECT_EQ(file.Error().what, "cannot write /dev/full");
+    EXPECT_EQ(file.Error().code, ENOSPC);
 }
 
 TEST(TextFile, OneLineHasNoBreaksAndFitsIntoALine) {

@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include "tests/ports/port_fixture.h"
+#include "vkcomm/platform/program_folder.h"
 
 namespace vkcomm {
 namespace {
@@ -21,13 +22,20 @@ std::string listOf(std::initializer_list<Known> devices) {
     return list + "[END]\n";
 }
 
+std::filesystem::path programsOwnFolder() {
+#ifdef _WIN32
+    return programFolder();
+#else
+    return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+#endif
+}
+
 class BluetoothPort : public testing::Test {
 protected:
     // A port whose list file lies in folder.
     std::unique_ptr<CMyBTPort> portOf(const std::string& list, bool programsFolder = false) {
         const std::filesystem::path folder =
-            programsFolder ? std::filesystem::read_symlink("/proc/self/exe").parent_path()
-                           : std::filesystem::path(testing::TempDir());
+            programsFolder ? programsOwnFolder() : std::filesystem::path(testing::TempDir());
         const std::filesystem::path file = folder / "VKBTPort.ini";
         std::ofstream(file) << list;
         auto port =

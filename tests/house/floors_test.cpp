@@ -66,8 +66,8 @@ std::vector<Line> readSources() {
             std::ifstream file(entry.path());
             std::string text;
             for (int number = 1; std::getline(file, text); ++number)
-                lines.push_back(
-                    {fs::relative(entry.path(), kRoot).string(), number, text.substr(0, text.find("//"))});
+                lines.push_back({fs::relative(entry.path(), kRoot).generic_string(), number,
+                                 text.substr(0, text.find("//"))});
         }
     return lines;
 }

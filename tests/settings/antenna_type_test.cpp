@@ -303,9 +303,9 @@ TEST(AntennaList, AFileThatCannotBeWrittenStays) {
     CMyObArray array;
     array.Add(new CAntType);
     EXPECT_TRUE(CAntType::vWriteAntArray2File(folder.path("list"), &array));
-    EXPECT_EQ(CAntType::vWriteAntArray2File(folder.path(), &array).error.code, EISDIR);
-    EXPECT_EQ(CAntType::vWriteAntArray2File("/dev/full"s, &array).error.code, ENOSPC);
-    EXPECT_EQ(CAntType::vWriteAntArray2File(folder.path("none/list"), &array).error.code, ENOENT);
+    EXPECT_EQ(CAntType::vWriteAntArray2File(folder.path(), &array).error.code, test::kIsFolder);
+    EXPECT_EQ(CAntType::vWriteAntArray2File("/dev/full"s, &array).error.code, test::kNoRoom);
+    EXPECT_EQ(CAntType::vWriteAntArray2File(folder.path("none/list"), &array).error.code, test::kNoFolder);
 
     SystemError error;
     EXPECT_EQ(CAntType::bGetAntArray(folder.path("list"), &array, &error), 1);

@@ -122,7 +122,7 @@ TEST(BluetoothList, AppendsAndTellsWhyNot) {
     folder.write("VKBTPort.ini", "[BTINFO]\nA\n01.02.03.04.05.06\n1\n");
     EXPECT_EQ(CBTInformation::bGetBTArray(folder.path(), &array), 1);
     EXPECT_EQ(array.GetSize(), 2);
-    EXPECT_EQ(CBTInformation::vWriteBTArray2File(folder.path("none"), &array).error.code, ENOENT);
+    EXPECT_EQ(CBTInformation::vWriteBTArray2File(folder.path("none"), &array).error.code, kNoFolder);
 }
 
 TEST(BluetoothList, AnOpenFileIsReadEntryByEntry) {

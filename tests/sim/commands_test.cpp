@@ -454,9 +454,13 @@ TEST(Commands, StandApartFromCorrections) {
         {"maker", frame("RM", "\x05")},
     };
     for (const auto& [family, command] : cases) {
-        const std::string all = rtcm3 + command + cmr + rtcm3 + command + cmr;
+        std::string all, corrections;
+        for (int times = 0; times < 2; ++times) {
+            all.append(rtcm3).append(command).append(cmr);
+            corrections.append(rtcm3).append(cmr);
+        }
         const Effect whole = effectOf(family, all, all.size());
-        EXPECT_EQ(whole.rest, rtcm3 + cmr + rtcm3 + cmr) << family;
+        EXPECT_EQ(whole.rest, corrections) << family;
         EXPECT_EQ(whole.refused, Lines()) << family;
         EXPECT_EQ(whole.obeyed, 2u) << family;
         for (const std::size_t piece : {1u, 2u, 3u, 7u})

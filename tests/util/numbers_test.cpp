@@ -140,6 +140,9 @@ void expectAsPrintfInTypes(const char* format, long long value) {
 }
 
 TEST(AppendFormat, IntegersAsPrintf) {
+#ifdef _WIN32
+    GTEST_SKIP() << "the printf of this system has ways of its own";
+#endif
     for (const long long value : {0LL, 1LL, -1LL, 8LL, 9LL, 127LL, 128LL, -129LL, 255LL, 65536LL, 0xABCDEFLL,
                                   0LL + INT_MAX, 0LL + INT_MIN, LLONG_MAX, LLONG_MIN}) {
         for (const char* type : {"lld", "lli"})
@@ -154,6 +157,9 @@ TEST(AppendFormat, IntegersAsPrintf) {
 }
 
 TEST(AppendFormat, FloatsAsPrintf) {
+#ifdef _WIN32
+    GTEST_SKIP() << "the printf of this system has ways of its own";
+#endif
     for (const char* type : {"f", "F", "e", "E", "g", "G", "a", "A"}) {
         for (const double value :
              {0.0,   -0.0, 1.0,   -1.5,       0.5,   2.5,         0.1,         9.9999995, 99999.5,
@@ -167,6 +173,9 @@ TEST(AppendFormat, FloatsAsPrintf) {
 }
 
 TEST(AppendFormat, TextsAndPointers) {
+#ifdef _WIN32
+    GTEST_SKIP() << "the printf of this system has ways of its own";
+#endif
     int object = 0;
     for (const std::string size : {"", "5", "-5", ".2", "8.3", "-8.3", ".0"}) {
         for (const char* argument : {"", "a", "NovAtel"})

@@ -82,8 +82,10 @@ void CStdioFileCe::OpenBytes(std::string_view bytes) {
 
 void CStdioFileCe::OpenMemory() { reset(Use::kWriteMemory); }
 
+// The flush stands by itself because not every library tells of its failure when a file is closed.
 int CStdioFileCe::Close() {
     m_use = Use::kNone;
+    if (m_file && std::fflush(m_file.get()) != 0) failed();
     if (m_file && std::fclose(m_file.release()) != 0) failed();
     return m_error ? 0 : 1;
 }

@@ -33,7 +33,8 @@ TEST_F(ControlCommand, DryRunsShowWhatWouldBeSent) {
         {base + "--family novatel",
          {"123.400 m above the ellipsoid", "phase centre 1.600 m above the mark",
           "125.000 m above the ellipsoid",
-          "  4  fix position 51.10000000 7.10000000 125.000\n     > 66 69 78 20 70", " 11  com com1 9600\n"}},
+          "  4  fix position 51.10000000 7.10000000 125.000\n     > 66 69 78 20 70",
+          " 11  com com1 9600   [port 1 goes to 9600 bit/s]\n"}},
         {base + "--family novatel --type 5 --set uVarekFormat=8",
          {"  4  RZ,Sfix position 51.10000000 7.10000000 125.000   [in the maker's frame]\n     > 24 24 52 5A "
           "38 2D",

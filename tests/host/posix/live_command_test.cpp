@@ -57,7 +57,7 @@ TEST_F(LiveVerbs, PrintComplainAndEndAsTheyShould) {
         {"monitor .", 1, "", HasSubstr("Is a directory")},
         {"monitor empty", 1, "", HasSubstr("empty: no record of a receiver came")},
         {"replay missing", 1, "", HasSubstr("missing: cannot be opened: No such file")},
-        {"replay .", 1, "", HasSubstr("directory")},
+        {"replay .", 1, "", HasSubstr("is a folder, not a recording")},
         {"replay empty", 1, "", HasSubstr("empty: is empty")},
         {"replay empty --pty", 1, "", HasSubstr("empty: is empty")},
         {"replay missing --pty", 1, "", HasSubstr("missing: cannot be opened: No such file")},
