@@ -145,7 +145,9 @@ TEST(PortUrl, TakesItsFormsAndNoOther) {
              Case{"tcp://192.168.1.20:5017", UrlKind::kTcp, "192.168.1.20", 5017},
              Case{"file:a b.bin?speed=max", UrlKind::kFile, "a b.bin", 0},
              Case{"sim:oem4?rate=5&seed=7", UrlKind::kSimulated, "oem4", 0},
+#ifndef _WIN32
              Case{"/dev/null", UrlKind::kSerial, "/dev/null", 0},
+#endif
              Case{"C:stream.bin", UrlKind::kFile, "C:stream.bin", 0},
          }) {
         const auto url = parsePortUrl(c.text, error);

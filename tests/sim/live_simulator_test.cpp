@@ -97,7 +97,7 @@ TEST(LiveSimulator, EveryWholeFrameArrivesWhateverTheFaults) {
 }
 
 TEST(LiveSimulator, StreamsOverAPseudoTerminalInRealTime) {
-    const auto [device, simulator] = serve(FarKind::kPty, {.family = "oem4", .rateHz = 20}, systemClock());
+    const auto [device, simulator] = serve(kFarKinds[0], {.family = "oem4", .rateHz = 20}, systemClock());
     simulator->start();
     EXPECT_GE(countRecords(*device, 20), 20u);
     EXPECT_TRUE(simulator->isRunning());
@@ -107,7 +107,7 @@ TEST(LiveSimulator, StreamsOverAPseudoTerminalInRealTime) {
 
 TEST(LiveSimulator, TakesWhatIsSentToIt) {
     HastyClock clock;
-    const auto [device, simulator] = serve(FarKind::kPty, {}, clock);
+    const auto [device, simulator] = serve(kFarKinds[0], {}, clock);
     simulator->start();
     const Bytes sent = everyByte(100'000);
     std::size_t written = 0;
