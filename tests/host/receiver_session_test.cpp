@@ -7,8 +7,10 @@
 #include <random>
 #include <thread>
 
+#include "host/rate_meter.h"
 #include "sim/recording.h"
 #include "tests/decode/frames.h"
+#include "tests/host/literal_frames.h"
 #include "vkcomm/platform/byte_server.h"
 
 namespace vkcomm {
@@ -65,6 +67,10 @@ void take(LiveStream& stream, Records& records) {
     while (const auto routed = stream.next())
         if (routed->record.source != RecordSource::kCarried) records.push_back(described(routed->record));
 }
+
+using Milliseconds = std::chrono::milliseconds;
+
+const std::string kSentences = simulated("nmea", 2);
 
 TEST(LiveStream, RecognisesEachFamilyAndGivesTheRecordsOfADecodedFile) {
     for (const sim::Family& family : sim::families()) {
@@ -186,6 +192,63 @@ TEST(LiveStream, WaitsForALongFrameOnASlowLine) {
         }
         EXPECT_EQ(records.size(), isRateKnown ? 1U : 0U);
         EXPECT_EQ(stream.leadsGivenUp() > 0, !isRateKnown);
+    }
+}
+
+// A receiver's own positions outrank its sentences', whatever comes first; sentences count where there is nothing
+// better.
+TEST(LiveStream, TakesTheBestPositionsThatCome) {
+    const struct {
+        const char* name;
+        const char* family;  // asked for; empty: none
+        std::string bytes;
+        const char* positionsFrom;
+    } cases[] = {
+        {"own behind sentences", "", kSentences + test::kBestpos, "oem4"},
+        {"own behind sentences, asked for", "oem4", kSentences + test::kBestpos, "oem4"},
+        {"sentences behind own", "", test::kBestpos + kSentences, "oem4"},
+        {"raw data and sentences", "", test::kRangecmp + kSentences, "nmea"},
+        {"of another family than was asked for", "trimble", kSentences + test::kBestpos, "nmea"},
+        {"all", "all", kSentences + test::kBestpos, "oem4"},
+    };
+
+    for (const auto& c : cases) {
+        MovedClock clock;
+        LiveChoice choice;
+        if (*c.family) choice.family = findFamily(c.family);
+        LiveStream stream(choice, clock);
+        stream.feed(spanOf(c.bytes));
+        int positions = 0;
+        while (const auto routed = stream.nextAtEnd())
+            positions += stream.router().isPosition(*routed) ? 1 : 0;
+        EXPECT_GT(positions, 0) << c.name;
+        EXPECT_EQ(stream.router().familyOf(stream.router().receiver()), c.positionsFrom) << c.name;
+    }
+}
+
+TEST(RateMeter, TellsTheMeanOfTheLastTenWholeSeconds) {
+    const struct {
+        std::vector<int> at;  // milliseconds
+        int now;
+        double perSecond;
+    } cases[] = {
+        {{}, 5000, 0.0},
+        {{0, 500}, 999, 0.0},
+        {{0, 500}, 1000, 2.0},
+        {{0, 500, 1200}, 2000, 1.5},
+        {{0, 1000, 2000}, 10000, 0.3},
+        {{0, 1000, 2000}, 11000, 0.2},
+        {{0, 1000, 2000}, 13000, 0.0},
+        {{0, 1000, 2000}, 1000000, 0.0},
+        {{0, 30000}, 31000, 0.1},
+    };
+
+    for (const auto& c : cases) {
+        RateMeter meter;
+        for (const int at : c.at)
+            meter.add(Milliseconds(700 + at));
+        EXPECT_DOUBLE_EQ(meter.perSecond(Milliseconds(700 + c.now)), c.perSecond) << c.now;
+        EXPECT_EQ(meter.total(), c.at.size());
     }
 }
 

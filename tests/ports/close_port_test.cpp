@@ -229,6 +229,39 @@ TEST_F(Closing, HostAndHandlerAtOnce) {
     awaitLeft();
 }
 
+TEST_F(Closing, WaitsForAMessageThatIsBeingPosted) {
+    device->passes = {data("abc"), block()};
+    std::promise<void> posting, released;
+    owner.handler = [&](const Posted&) {
+        posting.set_value();
+        released.get_future().wait();
+    };
+    start();
+    posting.get_future().wait();
+    auto closed = std::async(std::launch::async, [&] { user->vClosePort(); });
+    clock.passNext(10);
+    EXPECT_EQ(closed.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    released.set_value();
+    closed.get();
+    awaitLeft();
+}
+
+// The host's own thread writes, and handles the failure there, while another thread closes.
+TEST_F(Closing, AHandlerOfAnyThreadMayCloseMeanwhile) {
+    device->writes = {{WriteStep::kFail, 0}};
+    std::future<void> closed;
+    owner.handler = [&](const Posted&) {
+        closed = std::async(std::launch::async, [&] { user->vClosePort(); });
+        device->awaitClosed();
+        user->vClosePort();
+    };
+    ASSERT_EQ(user->InitPort(&owner, kPort, 9600), 1);
+    user->AddToPort(bytesOf("x").data(), 1, 0, 0);
+    CSerialPort::WriteChar(user.get());
+    closed.get();
+    EXPECT_EQ(user->bIsValid(), 0);
+}
+
 TEST_F(Closing, ALateReaderReachesNothingOfThePort) {
     device->passes = {{kEventReceived, "late", {}, true}};
     startStuck();
