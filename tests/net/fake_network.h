@@ -26,6 +26,7 @@ struct Wire {
     std::deque<Arrival> arrivals;
     bool closedAtEnd = false;  // when the script has ended the peer has closed; else nothing arrives any more
     bool connects = true;
+    bool closesGracefully = true;
     bool connectBlocks = false;
     bool interrupted = false;
     int mostPerSend = 1 << 20;
@@ -52,7 +53,7 @@ public:
 
     ~FakeSocket() override { m_wire.note("close"); }
 
-    bool setGracefulClose() override { return true; }
+    bool setGracefulClose() override { return m_wire.closesGracefully; }
 
     bool connect(const SocketAddress&) override {
         std::unique_lock guard(m_wire.lock);

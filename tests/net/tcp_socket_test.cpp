@@ -130,6 +130,32 @@ TEST_F(Socket, LetsThePeerWaitForRoomButNotDatagrams) {
     EXPECT_EQ(dottedText(socket.SenderAddress().GetIPAddr()), L"10.0.0.1");
 }
 
+// An unreachable peer ends the reading; connecting again begins it, from the handler of the failure too.
+TEST_F(Socket, DatagramsAreReadAgainAfterAnotherConnect) {
+    for (const bool isHandler : {true, false}) {
+        Messages seen;
+        CCESocket again(clock);
+        std::atomic<int> answer = -1;
+        wire.arrivals = {{-1, ""}};
+        if (isHandler) seen.on("1068 2", [&] { answer = again.Connect(L"caster", 2101); });
+        ASSERT_EQ(again.Create(CCESocket::SOCKET_UDP, &seen), 1);
+        ASSERT_EQ(again.Connect(L"caster", 2101), 1);
+        seen.first(2);
+        if (!isHandler) answer = again.Connect(L"caster", 2101);
+        while (answer < 0)
+            std::this_thread::yield();
+        EXPECT_EQ(answer, 1);
+        {
+            const std::lock_guard guard(wire.lock);
+            wire.arrivals.push_back({0, "abc"});
+        }
+        wire.changed.notify_all();
+        while (again.GetDataSize() < 3)
+            std::this_thread::yield();
+        EXPECT_EQ(again.IsReaderRunning(), 1);
+    }
+}
+
 TEST_F(Socket, DisconnectsFromEveryState) {
     socket.Disconnect();
     ASSERT_EQ(socket.Create(CCESocket::SOCKET_TCP, &messages), 1);
@@ -147,6 +173,21 @@ TEST_F(Socket, DisconnectsFromEveryState) {
     EXPECT_EQ(socket.GetSocketState(), CCESocket::SOCKET_NONE);
     EXPECT_EQ(socket.IsReaderRunning(), 0);
     wire.onResolve = [] {};
+
+    wire.connectBlocks = true;
+    bool isOpen = true;
+    clock.onSleep = [&] {
+        if (std::exchange(isOpen, false)) socket.Disconnect();
+    };
+    EXPECT_EQ(open(), 0) << "in the half second behind it";
+    clock.onSleep = nullptr;
+    wire.connectBlocks = false;
+
+    wire.closesGracefully = false;
+    EXPECT_EQ(socket.Create(CCESocket::SOCKET_TCP, &messages), 0);
+    EXPECT_TRUE(socket.Error());
+    EXPECT_EQ(wire.lastCall(), "close");
+    wire.closesGracefully = true;
 
     ASSERT_EQ(open(), 1);
     messages.first(1);

@@ -51,9 +51,16 @@ struct CCESocket::Session {
     int type = SOCKET_TCP;
     MessageTarget* owner = nullptr;
     std::thread reader;
+    std::mutex sending;              // pieces of two sends do not mix
     std::atomic<bool> ended{false};  // nothing is posted and nothing stored any more
     std::atomic<bool> connected{false};
     std::atomic<bool> readerRunning{false};
+    unsigned int connects = 0;  // under the lock of the link: how often the host has connected
+    bool readsOn = false;       // of the reader's thread: a handler on it has connected anew
+
+    void post(unsigned int message, std::uintptr_t wParam, const void* lParam = nullptr) const {
+        if (owner && !ended.load()) owner->post(message, wParam, reinterpret_cast<std::intptr_t>(lParam));
+    }
 };
 
 // What the object and its readers own together. A reader that disconnected its own socket may outlive the
@@ -94,41 +101,34 @@ struct CCESocket::Link {
     // The reader's thread.
     void read(Session& session);
     int readToTheEnd(Session& session);
-    bool waitForRoom(const Session& session);
+    bool waitForRoom(const Session& session, unsigned int& connects);
+    bool leave(Session& session, unsigned int connects);
     void store(ByteSpan bytes, const SocketAddress& from);
 };
 
 // --- the reader ------------------------------------------------------------------------------------------
 
-namespace {
-
-void post(const std::atomic<bool>& ended, MessageTarget* owner, unsigned int message, std::uintptr_t wParam,
-          const void* lParam = nullptr) {
-    if (owner && !ended.load()) owner->post(message, wParam, reinterpret_cast<std::intptr_t>(lParam));
-}
-
-}  // namespace
-
 void CCESocket::Link::read(Session& session) {
     if (session.type == SOCKET_TCP) {
         session.connected.store(session.socket->connect(peer()));
         if (!session.connected.load()) note(session.socket->error());
-        post(session.ended, session.owner, WM_SOCKET_STATUS,
-             session.connected.load() ? kStatusConnected : kStatusEnded);
+        session.post(WM_SOCKET_STATUS, session.connected.load() ? kStatusConnected : kStatusEnded);
+        if (!session.connected.load()) return session.readerRunning.store(false);
     }
-    if (session.connected.load()) {
+    do {
         const int last = readToTheEnd(session);
-        post(session.ended, session.owner, WM_SOCKET_CLOSED, static_cast<std::uintptr_t>(last));
-    }
-    session.readerRunning.store(false);
+        if (last < 0) session.post(WM_SOCKET_STATUS, kStatusReceiveError);
+        session.post(WM_SOCKET_CLOSED, static_cast<std::uintptr_t>(last));
+    } while (std::exchange(session.readsOn, false));
 }
 
-// Returns the last receive count.
+// Returns the last receive count; from then on another reader may be started.
 int CCESocket::Link::readToTheEnd(Session& session) {
     std::array<unsigned char, kReadBytes> bytes;
     int emptyReads = 0;
     int count = 0;
-    while (waitForRoom(session)) {
+    unsigned int connects = 0;
+    while (waitForRoom(session, connects)) {
         const SocketWait wait = session.socket->waitReadable(kReadWait);
         if (wait == SocketWait::kInterrupted) break;
         if (wait == SocketWait::kTimeout) {
@@ -138,32 +138,42 @@ int CCESocket::Link::readToTheEnd(Session& session) {
         SocketAddress from;
         count = wait == SocketWait::kFailed ? -1 : session.socket->receive(bytes, &from);
         if (count < 0) {
-            session.connected.store(false);
             note(session.socket->error());
-            post(session.ended, session.owner, WM_SOCKET_STATUS, kStatusReceiveError);
-            break;
-        }
-        if (count > 0) {
+            if (leave(session, connects)) return count;
+            session.post(WM_SOCKET_STATUS, kStatusReceiveError);
+            count = 0;
+        } else if (count > 0) {
             emptyReads = 0;
             store(ByteSpan(bytes).first(static_cast<std::size_t>(count)), from);
-            post(session.ended, session.owner, WM_SOCKET_DATA, static_cast<std::uintptr_t>(count), object);
+            session.post(WM_SOCKET_DATA, static_cast<std::uintptr_t>(count), object);
         } else if (++emptyReads > kMostEmptyReads) {
-            if (!read0.load()) post(session.ended, session.owner, WM_SOCKET_STATUS, kStatusEnded);
+            if (!read0.load()) session.post(WM_SOCKET_STATUS, kStatusEnded);
             session.connected.store(false);
             emptyReads = 0;
         } else {
             clock->sleep(kEmptyReadPause);
         }
     }
+    session.readerRunning.store(false);
     return count;
 }
 
-// False when the reader is to stop.
-bool CCESocket::Link::waitForRoom(const Session& session) {
+// False when the host has connected anew meanwhile, counting on this reader.
+bool CCESocket::Link::leave(Session& session, unsigned int connects) {
+    const std::lock_guard guard(lock);
+    if (session.connects != connects) return false;
+    session.connected.store(false);
+    session.readerRunning.store(false);
+    return true;
+}
+
+// False when the reader is to stop. Tells how often the host has connected.
+bool CCESocket::Link::waitForRoom(const Session& session, unsigned int& connects) {
     std::unique_lock guard(lock);
     room.wait(guard, [&] {
         return session.ended.load() || session.type != SOCKET_TCP || freeBytes() >= kReadBytes;
     });
+    connects = session.connects;
     return !session.ended.load();
 }
 
@@ -251,19 +261,27 @@ int CCESocket::Connect(const std::wstring& host, unsigned int port) {
     }
     if (!startReader(session)) return 0;
     m_clock->sleep(kAfterConnect);
-    return 1;
+    return session->ended.load() ? 0 : 1;
 }
 
 // False when it cannot, and when another thread has disconnected meanwhile. The lock keeps Disconnect and the reader
 // away until the thread object is in place.
 bool CCESocket::startReader(const std::shared_ptr<Session>& session) {
-    SystemError error;
+    std::thread last;
     {
         const std::lock_guard guard(m_link->lock);
         if (session->ended.load()) return false;
         m_link->state.store(SOCKET_CONNECTED);
+        ++session->connects;
         if (session->readerRunning.exchange(true)) return true;
-        if (session->reader.joinable()) session->reader.join();
+        if (session->reader.get_id() == std::this_thread::get_id()) return session->readsOn = true;
+        last = std::move(session->reader);
+    }
+    if (last.joinable()) last.join();
+    SystemError error;
+    {
+        const std::lock_guard guard(m_link->lock);
+        if (session->ended.load()) return false;
         try {
             session->reader = std::thread([link = m_link, session] { link->read(*session); });
         } catch (const std::system_error& failure) {
@@ -310,6 +328,7 @@ int CCESocket::Send(ByteSpan bytes) {
     const auto session = m_link->current();
     if (g_network.load() == nullptr || !session || m_link->state.load() < SOCKET_CONNECTED) return -1;
 
+    const std::lock_guard guard(session->sending);
     std::size_t sent = 0;
     while (sent < bytes.size()) {
         const ByteSpan rest = bytes.subspan(sent);

@@ -14,7 +14,7 @@
 // while another one connects, which then gives 0, or sends. Disconnect and destruction wait for the reader, except
 // on the reader's own thread (an owner that handles messages while they are posted), where the reader ends by
 // itself after the handler; it touches nothing but state it owns together with the object. After Disconnect
-// nothing is posted.
+// nothing is posted; messages 1066 and 1068 that wait in the owner's queue do not name their socket and stay there.
 #pragma once
 
 #include <functional>
@@ -100,7 +100,8 @@ public:
     unsigned int GetPortNumber() const;
     // The first address of this machine's name, dotted; empty when unknown.
     std::wstring GetLocalAddress() const;
-    // The same as plain text (the name is spelled so); valid until the next call on this object.
+    // The same as plain text (the name is spelled so); valid until the next call of this
+    // operation; one thread at a time.
     const char* lpGetLocoalAddress();
     // Who sent the last datagram.
     CSockAddrIn SenderAddress() const;

@@ -46,7 +46,7 @@ public:
     // is set for datagrams.
     virtual int receive(std::span<unsigned char> buffer, SocketAddress* sender) = 0;
 
-    // Bytes the system has taken, waiting for room; -1 on failure or interruption.
+    // Bytes the system has taken, waiting at most 30 s for room; -1 on failure or interruption.
     virtual int send(ByteSpan bytes) = 0;
     virtual int sendTo(ByteSpan bytes, const SocketAddress& remote) = 0;
 
