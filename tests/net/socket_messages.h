@@ -22,10 +22,7 @@ public:
     void sleep(std::chrono::milliseconds time) override {
         m_slept += time.count();
         std::this_thread::yield();
-        if (onSleep) onSleep();
     }
-
-    std::function<void()> onSleep;  // set while nobody sleeps
 
 private:
     std::atomic<long long> m_slept{0};

@@ -174,15 +174,6 @@ TEST_F(Socket, DisconnectsFromEveryState) {
     EXPECT_EQ(socket.IsReaderRunning(), 0);
     wire.onResolve = [] {};
 
-    wire.connectBlocks = true;
-    bool isOpen = true;
-    clock.onSleep = [&] {
-        if (std::exchange(isOpen, false)) socket.Disconnect();
-    };
-    EXPECT_EQ(open(), 0) << "in the half second behind it";
-    clock.onSleep = nullptr;
-    wire.connectBlocks = false;
-
     wire.closesGracefully = false;
     EXPECT_EQ(socket.Create(CCESocket::SOCKET_TCP, &messages), 0);
     EXPECT_TRUE(socket.Error());

@@ -261,7 +261,7 @@ int CCESocket::Connect(const std::wstring& host, unsigned int port) {
     }
     if (!startReader(session)) return 0;
     m_clock->sleep(kAfterConnect);
-    return session->ended.load() ? 0 : 1;
+    return 1;
 }
 
 // False when it cannot, and when another thread has disconnected meanwhile. The lock keeps Disconnect and the reader
