@@ -11,10 +11,11 @@
 // second (more than 100 such reads in a row) and again each second while the socket stays open.
 //
 // Threads: Create and Connect are for one thread at a time. Everything else may come from any thread, Disconnect also
-// while another one sends or connects, which then gives 0 unless its reader runs already. Disconnect and destruction wait for the reader, except
-// on the reader's own thread (an owner that handles messages while they are posted), where the reader ends by
-// itself after the handler; it touches nothing but state it owns together with the object. After Disconnect
-// nothing is posted; messages 1066 and 1068 that wait in the owner's queue do not name their socket and stay there.
+// while another one sends or connects, which then gives 0 unless its reader runs already. Disconnect and destruction
+// wait for the reader, except on the reader's own thread (an owner that handles messages while they are posted), where
+// the reader ends by itself after the handler; it touches nothing but state it owns together with the object. After
+// Disconnect nothing is posted; messages 1066 and 1068 that wait in the owner's queue do not name their socket and
+// stay there.
 #pragma once
 
 #include <functional>
