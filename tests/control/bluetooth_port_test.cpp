@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 
+#include "tests/platform/scratch_folder.h"
 #include "tests/ports/port_fixture.h"
 #include "vkcomm/platform/program_folder.h"
 
@@ -35,7 +36,7 @@ protected:
     // A port whose list file lies in folder.
     std::unique_ptr<CMyBTPort> portOf(const std::string& list, bool programsFolder = false) {
         const std::filesystem::path folder =
-            programsFolder ? programsOwnFolder() : std::filesystem::path(testing::TempDir());
+            programsFolder ? programsOwnFolder() : test::pathOf(scratch.path());
         const std::filesystem::path file = folder / "VKBTPort.ini";
         std::ofstream(file) << list;
         auto port =
@@ -46,6 +47,7 @@ protected:
     }
 
     FakeDevices devices;
+    test::ScratchFolder scratch;
 };
 
 TEST_F(BluetoothPort, ChoosesTheFirstPreferredElseTheFirst) {

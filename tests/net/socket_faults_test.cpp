@@ -13,7 +13,7 @@
 #include "vkcomm/platform/listener.h"
 
 // The system lets a socket be connected again while it is read; the thread sanitizer takes its descriptor for memory.
-extern "C" const char* __tsan_default_suppressions();
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions();
 
 extern "C" const char* __tsan_default_suppressions() { return "race:^connect$"; }
 
