@@ -50,7 +50,8 @@ inline Decoded decodeUnderLaw(std::string_view stream, const Law& law,
         if (record.offset < end) result.broken = "records overlap";
         end = record.offset + static_cast<std::uint64_t>(record.consumed);
         consumed += static_cast<std::uint64_t>(record.consumed);
-        if (isVerbatim(record.type) && stream.substr(record.offset, record.bytes.size()) != record.bytes)
+        if (isVerbatim(record.type) &&
+            stream.substr(static_cast<std::size_t>(record.offset), record.bytes.size()) != record.bytes)
             result.broken = "a binary record differs from the stream";
         result.records.push_back(std::move(record));
     };

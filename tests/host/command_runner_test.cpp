@@ -155,6 +155,7 @@ struct Given {
     std::vector<CommandResult> results;
     std::string line;  // what went over it, "> text|" or "< text|" for each chunk
     bool isGood = false;
+    bool isStopped = false;  // by the user, behind the first answer
     int linePort = 0;
 
     Given& run(const CommandTarget& to, const CommandSteps& steps, std::chrono::milliseconds wait = 30s) {
@@ -167,12 +168,16 @@ struct Given {
         std::string error;
         ReceiverSession session(*parsePortUrl("serial:/dev/scripted?baud=9600", error), options);
         EXPECT_TRUE(session.open(error)) << error;
-        session.port().vSetLinePort(linePort);
         RunnerSteps tell;
         tell.chunk = [this](const LineChunk& chunk) {
             line += (chunk.isSent ? "> " : "< ") + std::string(textOf(chunk.bytes)) + "|";
         };
-        CommandRunner runner(session, *log, to, {wait}, tell);
+        RunnerOptions running{wait};
+        running.linePort = linePort;
+        bool hasEnded = false;
+        tell.ends = [&](const auto&, const auto&) { hasEnded = true; };
+        tell.isStopped = [&] { return isStopped && hasEnded; };
+        CommandRunner runner(session, *log, to, running, tell);
         isGood = runner.run(planOf(to, steps));
         results = runner.results();
         return *this;
@@ -287,6 +292,8 @@ TEST(CommandRunner, KnowsTheAnswersOfEachFamily) {
          kAnswered,
          "$PASHR,ACK*3D"},
         {"cmc", target("cmc"), "x0153AC0100 0101", {cmc(126, "\x53\x01")}, kAnswered, "ACK"},
+        {"cmc, about another", target("cmc"), "x0153AC0100 0101", {cmc(126, "\x50\x01")}, kSilent, ""},
+        {"nmea, refused", target("nmea"), "$PASHS,FUN", {"$PASHR,NAK*30\r\n"}, kRefused, "$PASHR,NAK*30"},
         {"csi", target("csi"), "$JASC,GPGGA,1", {"$>", "\r\n"}, kAnswered, "$>"},
         {"csi, what it sends anyway",
          target("csi"),
@@ -411,6 +418,18 @@ TEST(CommandRunner, TellsWhatWasSentOfASequenceThatTheLineCutsOff) {
     }
 }
 
+TEST(CommandRunner, TheUserStopsItBetweenAnswers) {
+    const CommandTarget to = target("novatel");
+    Given given;
+    given.isStopped = true;
+    given.receiver->turns = {{{kOk}}, {}};
+    given.run(to, textsFor(to, {"one", "two", "three"}));
+    EXPECT_EQ(given.results[0].outcome, kAnswered);
+    EXPECT_EQ(given.results[1].problem, "stopped");
+    EXPECT_EQ(given.results[2].outcome, kNotSent);
+    EXPECT_FALSE(given.isGood);
+}
+
 TEST(CommandRunner, FollowsTheRateOfThePortThatTheLineEndsAt) {
     const CommandTarget to = target("novatel");
     std::string error;
@@ -424,8 +443,16 @@ TEST(CommandRunner, FollowsTheRateOfThePortThatTheLineEndsAt) {
         EXPECT_EQ(given.outcomes(), Outcomes{kAnswered}) << "answered at the old rate";
         EXPECT_EQ(given.receiver->rates.back(), port == 2 ? 57600U : 9600U) << port;
     }
+    Given named;  // by the board's prompt
+    named.receiver->turns = {{{"<OK\r\n[COM2]"}}, {{"<OK\r\n[COM2]"}}};
+    CommandSteps two = textsFor(to, {"ecutoff 5"});
+    append(two, *steps);
+    named.run(to, two);
+    EXPECT_EQ(named.receiver->rates.back(), 57600U);
+    EXPECT_EQ(named.results.back().lineRate, 57600);
     Given lost;
     lost.run(to, *steps, 100ms);
+    EXPECT_THAT(lost.results[0].problem, HasSubstr("--line-port, and ?baud=57600 from now on"));
     EXPECT_EQ(lost.outcomes(), Outcomes{kSilent});
     EXPECT_THAT(lost.results[0].problem, HasSubstr("port 2 of the receiver was set to 57600 bit/s"));
     EXPECT_EQ(receiverPort(to, "com2", error), 2);
@@ -454,7 +481,17 @@ TEST(CommandPlan, PutsResetsFirstAndKeepsFramesTogether) {
                                        {"thales", "$PASHS,INI,5,5,1,0"},
                                        {"csi", "$JRESET"},
                                        {"trimble", "x0200580058 03"},
-                                       {"trimble", "x020064070000000306 0101 7503"}}) {
+                                       {"trimble", "x020064070000000306 0101 7503"},
+                                       {"novatel", "#FRESETA,COM1,0,1.0;STANDARD"},
+                                       {"novatel", "x667265736574 0d0a"},
+                                       {"novatel", "xAA44121C14000220"},
+                                       {"trimble", "x020006000603 020058005803"},
+                                       {"trimble", "x05 020058005803"},
+                                       {"javad", "x2525696E69742C2F6465762F6E766D2F61 0d0a"},
+                                       {"thales", "x24 5041534853 2C 494E49 0d0a"},
+                                       {"tsip", "x101E461003"},
+                                       {"maker", "RZ,Sfreset"},
+                                       {"maker", "x2424525A 0106 020058005803 0F 0d0a"}}) {
         const CommandTarget to = target(family);
         const bool isHex = text[0] == 'x';
         const auto steps = isHex ? hexCommand(to, text + 1, error) : textCommand(to, text, error);

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <deque>
 #include <mutex>
 
 #include "host/byte_text.h"
@@ -140,6 +141,41 @@ TEST_F(Relay, SaysWhenMoreShouldWait) {
     EXPECT_TRUE(relay.hasRoom());
 }
 
+// Ten kilobytes a second on a road for one: who brings them waits at first, then the oldest go.
+TEST_F(Relay, DoesNotLagBehindForLong) {
+    constexpr std::size_t kPiece = 250;
+    std::deque<std::chrono::milliseconds> outside;  // when each piece came that waits before the relay
+    std::deque<std::chrono::milliseconds> inside;   // and the numbers of all that it has taken
+    std::size_t seen = 0;
+    std::chrono::milliseconds lag{};
+    for (int step = 0; step < 2400; ++step, now += 25ms) {
+        outside.push_back(now);
+        for (; !outside.empty() && relay.hasRoom(); outside.pop_front()) {
+            take('a', kPiece);
+            inside.push_back(outside.front());
+        }
+        if (outside.empty()) relay.drained();
+        road.places = step % 40 == 0 ? 1 : 0;
+        relay.turn(now);
+        if (road.sent.size() == seen) continue;
+        seen = road.sent.size();
+        const auto gone = relay.counters().sentBytes + relay.counters().droppedBytes;
+        if (step > 400) lag = std::max(lag, now - inside[gone / kPiece - 1]);
+    }
+    EXPECT_LE(lag, 4s);
+    EXPECT_TRUE(outside.empty());
+    relay.dropAll();
+    EXPECT_EQ(relay.counters().sentBytes + relay.counters().droppedBytes, 2400 * kPiece);
+
+    take('b', CorrectionRelay::kMostWaiting);
+    EXPECT_TRUE(relay.hasRoom()) << "behind until it was seen to keep up";
+    relay.dropAll();
+    relay.drained();
+    relay.turn(now);
+    take('b', CorrectionRelay::kMostWaiting);
+    EXPECT_FALSE(relay.hasRoom());
+}
+
 // A control port on a fake device; the clock holds each pause until the test passes it.
 struct PortRoad : testing::Test {
     FakeClock clock;
@@ -223,7 +259,7 @@ TEST_F(PortRoad, ACasterFeedsAPort) {
     for (const std::string& piece : device->written())
         written += piece;
     EXPECT_EQ(written, std::string(2000, 'a') + std::string(500, 'b'));
-    EXPECT_EQ(relay.status().state, NtripState::kStreaming);
+    EXPECT_EQ(relay.status().state, NtripState::kOver);
     EXPECT_EQ(relay.takeEvents().size(), 3U) << "connecting, accepted, streaming";
     EXPECT_EQ(relay.takeEvents().size(), 0U);
     CloseWSA();

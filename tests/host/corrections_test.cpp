@@ -60,6 +60,8 @@ TEST(NtripReply, UnderstandsEveryCaster) {
         {"source table", "SOURCETABLE 200 OK\r\nServer: x\r\n\r\nSTR;A;\r\n", kSourceTable, "STR;A;\r\n"},
         {"source table, version 2", "HTTP/1.1 200 OK\r\nContent-Type: gnss/sourcetable\r\n\r\nCAS",
          kSourceTable, "CAS"},
+        {"line ends of both kinds", "HTTP/1.1 200 OK\r\nServer: x\n\r\n\xD3", kStream, "\xD3"},
+        {"source table without empty line", "SOURCETABLE 200 OK\r\nSTR;A;\r\n", kSourceTable, "STR;A;\r\n"},
         {"wrong password", "HTTP/1.0 401 Unauthorized\r\n\r\nno", kUnauthorized, ""},
         {"wrong password, version 1", "ERROR - Bad Password\r\n", kUnauthorized, ""},
         {"unknown mount point", "ERROR - Mount Point Taken or Invalid\r\n", kNotFound, ""},
@@ -82,7 +84,7 @@ TEST(NtripReply, UnderstandsEveryCaster) {
             EXPECT_EQ(answer.outcome, c.outcome) << c.name << ", pieces of " << piece;
             EXPECT_EQ(answer.body, c.body) << c.name << ", pieces of " << piece;
         }
-    EXPECT_EQ(answerOf(cases[17].reply, 5).text, "http://other:2101/A");
+    EXPECT_EQ(answerOf(cases[19].reply, 5).text, "http://other:2101/A");
     EXPECT_TRUE(answerOf(cases[7].reply, 5).ended);
 }
 
@@ -110,6 +112,10 @@ TEST(CasterUrl, TakesItsFormsAndNoOther) {
              Case{"ntrip://a.b", "a.b 2101   "},
              Case{"ntrip://me:p%40s%3As@a/M", "a 2101 M me p@s:s"},
              Case{"ntrip://me@x:y@a:1/", "a 1  me@x y"},
+             Case{"NTRIP://a/M", "a 2101 M  "},
+             Case{"ntrip://a/M%40b", "a 2101 M@b  "},
+             Case{"ntrip://me:12/x@h/M", ""},
+             Case{"ntrip://me:/x@h", ""},
              Case{"http://a/M", ""},
              Case{"ntrip:///M", ""},
              Case{"ntrip://a:0/M", ""},

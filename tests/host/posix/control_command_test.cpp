@@ -35,6 +35,13 @@ TEST_F(ControlCommand, DryRunsShowWhatWouldBeSent) {
           "125.000 m above the ellipsoid",
           "  4  fix position 51.10000000 7.10000000 125.000\n     > 66 69 78 20 70",
           " 11  com com1 9600   [port 1 goes to 9600 bit/s]\n"}},
+        {"base --dry-run --family novatel --position 51,350,1 --antenna-height 0",
+         {"phase centre 0.000 m above the mark", "fix position 51.00000000 -10.00000000 1.000"}},
+        {"base --dry-run --family novatel --position 51,7,1 --set antenna.fPhaseHeight=1.6",
+         {"fix position 51.00000000 7.00000000 2.600"}},
+        {"base --dry-run --family novatel --position 51,7,1 --set antenna.fPhaseHeight=1.6 --antenna-height "
+         "2",
+         {"fix position 51.00000000 7.00000000 3.000"}},
         {base + "--family novatel --type 5 --set uVarekFormat=8",
          {"  4  RZ,Sfix position 51.10000000 7.10000000 125.000   [in the maker's frame]\n     > 24 24 52 5A "
           "38 2D",
@@ -76,6 +83,9 @@ TEST_F(ControlCommand, DryRunsShowWhatWouldBeSent) {
         for (const char* line : c.lines)
             EXPECT_THAT(outcome.out, HasSubstr(line)) << c.arguments;
     }
+    const Outcome escape =
+        run(base + "--family novatel --set \"antenna.strName=$(printf 'A\\033[31mB\\177')\"");
+    EXPECT_THAT(escape.out, HasSubstr("A?[31mB?: phase centre"));
     const Outcome json = run(base + "--family trimble --json");
     EXPECT_THAT(json.out, HasSubstr("\"mark_height_m\":123.4000"));
     EXPECT_THAT(json.out,
@@ -125,6 +135,12 @@ TEST_F(ControlCommand, WrongUsageIsToldBeforeAPortIsOpened) {
         {"send sim:trimble --family trimble hello", "no text commands"},
         {"send file:/tmp/x --family novatel hello", "commands need a port"},
         {"ask sim:csi --family csi satellites", "no known question"},
+        {"send sim:oem4 --family novatel --hex '667265736574 0d0a'", "add --yes"},
+        {"send sim:nmea --family nmea 'ecutoff 5'", "begins with $"},
+        {"configure sim:oem4 mask --family novatel --pdop 6", "no PDOP mask"},
+        {"base sim:oem4 --family novatel --position 51,7,1 --set uVarekPort=3", "com1 to com3"},
+        {"base sim:oem4 --family novatel --position 51,7,1 --antenna-height 1 --measured-to bottom",
+         "offset at its bottom is not known"},
         {"ask sim:oem4 colour", "satellites, not colour"},
         {"ask sim:oem4", "satellites"},
     };
@@ -155,6 +171,8 @@ TEST_F(ControlCommand, ReceiversAreSetUpOverALine) {
         {"maker --pty", "base 'serial:'$URL'?baud=115200' --type 15" + place,
          "position: 51.100000000 7.100000000 125.000\n"},
         {"oem4 --pty", "rover 'serial:'$URL'?baud=115200' --family novatel", "mode: rover\n"},
+        {"oem4 --pty --baud 115200", "rover 'serial:'$URL'?baud=115200' --family novatel",
+         "interface com1: takes cmr, gives novatel\n"},
         {"trimble --pty", "configure 'serial:'$URL'?baud=115200' gsof --port 1 --yes",
          "output 1 GSOF 14: 1 Hz\n"},
         {"nmea --tcp 0", "configure $URL thales-init --port A", "output A ZDA: every 1 s\n"},
@@ -186,6 +204,8 @@ TEST_F(ControlCommand, AnswersComeBackAndFailuresEndInStatus1) {
         {"ask sim:maker --type 16 options --json", 0, "\"name\":\"RETOPT\""},
         {"send sim:oem4 'no such command'", 1, "< <ERROR:"},
         {"send sim:trimble --hex '02 00 64 00 64 03'", 1, "< NAK\n     refused\n"},
+        {"send sim:nmea '$PASHQ,RID'", 1, ""},
+        {"ask sim:oem4 version >/dev/full", 1, ""},
         {"send sim:nmea --family novatel 'ecutoff 5' --wait 300ms", 1, "     silent\n"},
         {"base sim:nmea --family novatel --position 51,7,1 --wait 300ms", 1, "     not sent\n"},
         {"send tcp://127.0.0.1:1 --family novatel 'ecutoff 5'", 1, ""},
@@ -209,13 +229,17 @@ TEST_F(ControlCommand, TheTranscriptKeepsEveryByteAlsoWhenTheLineEnds) {
     EXPECT_THAT(proof, HasSubstr("<OK"));
     EXPECT_THAT(proof, HasSubstr("11 commands: 11 answered\n"));
 
-    outcome = shell(withReceiver("javad --tcp 0 --delay 60000 --unplug-after 1s",
+    outcome = shell(withReceiver("javad --tcp 0 --delay 60000 --unplug-after 4s",
                                  "VKCOMM base $URL --family javad --wait 60s --transcript proof" + place));
     EXPECT_EQ(outcome.status, 1) << outcome.out;
     proof = bytesOf("proof");
     EXPECT_THAT(proof, HasSubstr("Z # cut off: %%set,"));
     EXPECT_THAT(proof, HasSubstr("Z # not sent: %%em,"));
     EXPECT_THAT(outcome.out, HasSubstr("bytes had gone out"));
+
+    outcome = run("send sim:oem4 freset --transcript proof");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(bytesOf("proof"), proof) << "an older one is kept when nothing is sent";
 
     outcome = run("send sim:oem4 'ecutoff 5' --transcript /no/such/folder/proof");
     EXPECT_EQ(outcome.status, 1);
