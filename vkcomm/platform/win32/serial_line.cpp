@@ -180,10 +180,11 @@ public:
             return ERROR_SUCCESS;
         }
         const DWORD code = waitInDriver(released);
-        if (code != ERROR_SUCCESS && ::WaitForSingleObject(released, 0) != WAIT_OBJECT_0) return code;
+        const bool isReleased = ::WaitForSingleObject(released, 0) == WAIT_OBJECT_0;
+        // drivers break a wait off for reasons of their own, of which the loss of the device is one
+        if (code != ERROR_SUCCESS && code != ERROR_OPERATION_ABORTED && !isReleased) return code;
         events = code == ERROR_SUCCESS ? m_events : 0;
-        if (events == 0 && ::WaitForSingleObject(released, 0) != WAIT_OBJECT_0 && hasArrived())
-            events = EV_RXCHAR;
+        if (events == 0 && !isReleased && hasArrived()) events = EV_RXCHAR;
         return ERROR_SUCCESS;
     }
 
@@ -270,8 +271,9 @@ private:
 
     // What has released the waiter has emptied the mask, which ends the wait in a driver that is well.
     DWORD endWait() {
-        m_wait.cancel(file());
-        if (::WaitForSingleObject(m_wait.ended(), kLastWords) != WAIT_OBJECT_0)
+        const bool hasEnded = ::WaitForSingleObject(m_wait.ended(), 0) == WAIT_OBJECT_0;
+        if (!hasEnded) m_wait.cancel(file());
+        if (!hasEnded && ::WaitForSingleObject(m_wait.ended(), kLastWords) != WAIT_OBJECT_0)
             return ERROR_OPERATION_ABORTED;
         m_isWaiting = false;
         DWORD count = 0;
