@@ -29,10 +29,11 @@ CasterRelay::CasterRelay(const CasterUrl& caster, CTrimblePort& port, const Cast
 CasterRelay::~CasterRelay() { stop(); }
 
 bool CasterRelay::start() {
+    if (m_isOver) stop();
     if (m_thread.joinable()) return true;
     StartWSA(m_options.network ? *m_options.network : systemNetwork());
     if (!m_client.start()) return false;
-    m_isEnding = false;
+    m_isEnding = m_isOver = false;
     try {
         m_thread = std::thread([this] { run(); });
     } catch (const std::system_error&) {
@@ -53,6 +54,7 @@ void CasterRelay::run() {
     steps.event = [this](const NtripEvent& event) { note(event); };
     steps.position = [this] { return position(); };
     steps.hasRoom = [this] { return m_relay.hasRoom(); };
+    steps.drained = [this] { m_relay.drained(); };
     auto wait = kIdleWait;
     while (!m_isEnding) {
         m_isOver = !m_client.pump(wait, steps);
@@ -61,6 +63,9 @@ void CasterRelay::run() {
         publish();
         if (m_isOver && !m_relay.isWaiting()) return;
     }
+    m_client.stop(steps);
+    m_relay.dropAll();
+    publish();
 }
 
 void CasterRelay::publish() {
@@ -95,6 +100,8 @@ void CasterRelay::note(const NtripEvent& event) {
     const std::scoped_lock lock(m_lock);
     if (m_events.size() >= kMostEvents) m_events.erase(m_events.begin());
     m_events.push_back(event);
+    if (event.failure != NtripFailure::kNone || event.notice == NtripNotice::kStreaming)
+        m_status.failure = event.failure;
 }
 
 std::vector<NtripEvent> CasterRelay::takeEvents() {

@@ -27,6 +27,7 @@ struct CasterRelayOptions {
 
 struct CasterRelayStatus {
     NtripState state = NtripState::kIdle;
+    NtripFailure failure = NtripFailure::kNone;  // the last one; none while corrections come
     NtripTotals caster;
     std::map<int, std::uint64_t> messages;  // of RTCM 3 with a good check, by number
     std::uint64_t badChecks = 0;
@@ -41,8 +42,9 @@ public:
     // Ends the thread at once, whatever it waits for.
     ~CasterRelay();
 
-    // Begins to connect. False when threads cannot be started.
+    // Begins to connect, anew after a stop or the end. False when threads cannot be started.
     bool start();
+    // Hangs up. What still waits for its road is dropped and counted.
     void stop();
 
     // Where the receiver is: a GGA sentence with its line end, or nothing when it has no fix.

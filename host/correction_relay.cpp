@@ -79,6 +79,9 @@ void CorrectionRelay::take(const CorrectionBlock& correction, Milliseconds now) 
         append(piece, now);
         rest.remove_prefix(piece.size());
     }
+    m_isDrained = false;
+    while (m_isBehind && m_waitingBytes > kMostWaiting)
+        dropOldest();
 }
 
 // To the newest block that waits, while it fits there.
@@ -91,11 +94,24 @@ void CorrectionRelay::append(std::string_view bytes, Milliseconds now) {
 
 bool CorrectionRelay::turn(Milliseconds now) {
     while (!m_blocks.empty() && now - m_blocks.front().since > m_mostAge)
-        removeOldest(m_counters.droppedBlocks, m_counters.droppedBytes);
+        dropOldest();
     const std::uint64_t before = m_counters.sentBlocks;
     while (!m_blocks.empty() && m_sink.isFree() && m_sink.send(spanOf(m_blocks.front().bytes)))
         removeOldest(m_counters.sentBlocks, m_counters.sentBytes);
+    judgeRoad(now);
     return m_counters.sentBlocks != before;
+}
+
+// Half empty, so that a road that is behind does not count as up again between two messages.
+void CorrectionRelay::judgeRoad(Milliseconds now) {
+    if (!m_fullSince && m_waitingBytes >= kMostWaiting) m_fullSince = now;
+    if (m_isDrained && m_waitingBytes < kMostWaiting / 2) m_fullSince.reset();
+    m_isBehind = m_fullSince && now - *m_fullSince >= m_mostAge;
+}
+
+void CorrectionRelay::dropAll() {
+    while (!m_blocks.empty())
+        dropOldest();
 }
 
 void CorrectionRelay::removeOldest(std::uint64_t& blocks, std::uint64_t& bytes) {

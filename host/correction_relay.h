@@ -60,7 +60,7 @@ public:
 
     // What the slow roads take at once.
     static constexpr std::size_t kLongestBlock = 1100;
-    // With this much waiting, hasRoom says no.
+    // With this much waiting, hasRoom says no, for a while.
     static constexpr std::size_t kMostWaiting = 16384;
 
     // A block that has waited for longer than mostAge is dropped. The sink must outlive the relay.
@@ -71,8 +71,15 @@ public:
     // Drops what is too old, and sends what can be sent. True when blocks were sent.
     bool turn(Milliseconds now);
 
-    // False: who brings corrections should wait. What is taken all the same is kept.
-    bool hasRoom() const { return m_waitingBytes < kMostWaiting; }
+    // False: who brings corrections should wait. What is taken all the same is kept. A road that is behind for longer
+    // than mostAge will not catch up: then there always is room, and the oldest blocks that are too many are dropped.
+    bool hasRoom() const { return m_isBehind || m_waitingBytes < kMostWaiting; }
+
+    // Who brings corrections has no more of them for now.
+    void drained() { m_isDrained = true; }
+
+    // Drops all that waits.
+    void dropAll();
 
     bool isWaiting() const { return !m_blocks.empty(); }
 
@@ -85,12 +92,19 @@ private:
     };
 
     void append(std::string_view bytes, Milliseconds now);
+    void judgeRoad(Milliseconds now);
+
+    void dropOldest() { removeOldest(m_counters.droppedBlocks, m_counters.droppedBytes); }
+
     void removeOldest(std::uint64_t& blocks, std::uint64_t& bytes);
 
     CorrectionSink& m_sink;
     const Milliseconds m_mostAge;
     std::deque<Block> m_blocks;  // oldest first
     std::size_t m_waitingBytes = 0;
+    std::optional<Milliseconds> m_fullSince;  // more may wait outside since
+    bool m_isBehind = false;                  // and has for too long
+    bool m_isDrained = true;                  // nothing waits outside
     RelayCounters m_counters;
 };
 

@@ -185,12 +185,19 @@ NtripClient::~NtripClient() {
 }
 
 bool NtripClient::start() {
-    if (m_line) return true;
-    auto line = std::make_shared<Line>(m_dialogue.caster(), m_clock, m_network);
-    if (!line->start()) return false;
-    m_line = std::move(line);
+    if (!m_line) {
+        auto line = std::make_shared<Line>(m_dialogue.caster(), m_clock, m_network);
+        if (!line->start()) return false;
+        m_line = std::move(line);
+    }
     m_dialogue.start(m_clock.now());
     return true;
+}
+
+void NtripClient::stop(const NtripSteps& steps) {
+    if (!m_line) return;
+    m_dialogue.stop();
+    deliver(steps);
 }
 
 void NtripClient::wake() {
@@ -221,7 +228,7 @@ void NtripClient::handle(const Message& message, const NtripSteps& steps) {
     switch (message.id) {
     case kNameUnknown: return m_dialogue.failed(NtripFailure::kNoHost, "", now);
     case kAttemptFailed: return m_dialogue.failed(NtripFailure::kNoConnection, lineError(), now);
-    case kSendFailed: return m_dialogue.failed(NtripFailure::kStreamBroken, lineError(), now);
+    case kSendFailed: m_isEnding = m_isBroken = m_mayHaveBytes = true; return;
     case WM_SOCKET_DATA: m_mayHaveBytes = true; return;
     case WM_SOCKET_STATUS:
         if (message.wParam == kConnectedStatus) return m_dialogue.connected(now, positionOf(steps));
@@ -241,15 +248,16 @@ void NtripClient::takeBytes(const NtripSteps& steps) {
     for (int turn = 0; turn < kMostReadsInARow; ++turn) {
         if (steps.hasRoom && !steps.hasRoom()) return m_dialogue.heldBack(m_clock.now());
         const int count = m_line->socket().Read(bytes);
-        if (count == 0) return endIfSo();
+        if (count == 0) return endIfSo(steps);
         m_dialogue.received(textOf(ByteSpan(bytes).first(static_cast<std::size_t>(count))), m_clock.now());
         deliver(steps);
         if (m_attempt != attempt) return;
     }
 }
 
-void NtripClient::endIfSo() {
+void NtripClient::endIfSo(const NtripSteps& steps) {
     m_mayHaveBytes = false;
+    if (steps.drained) steps.drained();
     if (!m_isEnding) return;
     m_isEnding = false;
     if (m_isBroken) return m_dialogue.failed(NtripFailure::kStreamBroken, lineError(), m_clock.now());

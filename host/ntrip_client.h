@@ -26,6 +26,8 @@ struct NtripSteps {
     std::function<std::string()> position;
     // False: corrections are left where they are, and the caster has to wait. May be empty: there always is room.
     std::function<bool()> hasRoom;
+    // Nothing is left in the socket for now. May be empty.
+    std::function<void()> drained{};
 };
 
 class NtripClient {
@@ -39,12 +41,15 @@ public:
     NtripClient(const NtripClient&) = delete;
     NtripClient& operator=(const NtripClient&) = delete;
 
-    // Begins to connect. False when the thread cannot be started.
+    // Begins to connect, also after a stop. False when the thread cannot be started.
     bool start();
 
     // Waits at most that long for something to happen and handles it. False when nothing more will come: the caster has
     // refused for good, or the source table is there. Call it again and again.
     bool pump(std::chrono::milliseconds time, const NtripSteps& steps);
+
+    // Gives out what is held and ends the connection.
+    void stop(const NtripSteps& steps);
 
     // Lets a pump that waits return.
     void wake();
@@ -56,7 +61,7 @@ private:
 
     void handle(const Message& message, const NtripSteps& steps);
     void takeBytes(const NtripSteps& steps);
-    void endIfSo();
+    void endIfSo(const NtripSteps& steps);
     void deliver(const NtripSteps& steps);
     void perform(const NtripStep& step);
     std::string lineError() const;

@@ -23,6 +23,8 @@ constexpr int kTableReplies = 10;
 // A caster that does not understand one version is asked in the other after this part of a pause.
 constexpr int kOtherVersionSooner = 4;
 constexpr std::size_t kMostMountsShown = 5;
+constexpr std::size_t kMostNameShown = 40;
+constexpr std::size_t kMostWordsShown = 300;
 constexpr std::string_view kLastLine = "ENDSOURCETABLE";
 
 constexpr std::array<std::string_view, 7> kStateNames = {
@@ -88,7 +90,7 @@ std::string similarMounts(const std::string& table, const std::string& mount) {
                              [&mount](const SourceEntry& each) { return commonStart(each.mount, mount); });
     std::string text;
     for (std::size_t i = 0; i < std::min(streams.size(), kMostMountsShown); ++i)
-        text += (i > 0 ? ", " : "it offers ") + shownText(streams[i].mount);
+        text += (i > 0 ? ", " : "it offers ") + shownText(streams[i].mount, kMostNameShown);
     if (streams.size() > kMostMountsShown)
         text += " and " + std::to_string(streams.size() - kMostMountsShown) + " others";
     return text;
@@ -100,6 +102,11 @@ std::size_t lastLine(const std::string& table, std::size_t from) {
     while (at != table.npos && at > 0 && table[at - 1] != '\n')
         at = table.find(kLastLine, at + 1);
     return at;
+}
+
+// Words from outside as people may see them.
+std::string wordsOf(const CasterUrl& caster, std::string_view words) {
+    return shownText(caster.withoutPassword(std::string(words)), kMostWordsShown);
 }
 
 std::string secondsText(std::chrono::milliseconds time) {
@@ -147,7 +154,7 @@ void NtripDialogue::connected(Milliseconds now, const Position& position) {
 void NtripDialogue::received(std::string_view bytes, Milliseconds now) {
     if (m_state != NtripState::kAsked && m_state != NtripState::kStreaming && m_state != NtripState::kTable)
         return;
-    m_quietSince = now;
+    if (m_state != NtripState::kStreaming) m_quietSince = now;
     std::string body;
     m_reply.feed(bytes, body);
     if (m_state == NtripState::kAsked) judgeReply(now);
@@ -169,11 +176,12 @@ void NtripDialogue::judgeReply(Milliseconds now) {
     if (outcome == NtripOutcome::kSourceTable || wantsTable()) return enter(NtripState::kTable, now);
     enter(NtripState::kStreaming, now);
     m_nextPosition = now;
-    tell(NtripNotice::kAccepted, m_caster.shown() + ": " + m_reply.text());
+    tell(NtripNotice::kAccepted, m_caster.shown() + ": " + wordsOf(m_caster, m_reply.text()));
 }
 
 void NtripDialogue::takeStream(std::string_view body, Milliseconds now) {
     if (body.empty()) return;
+    m_quietSince = now;
     if (!m_hasBytes) {
         m_hasBytes = m_streamsBefore = true;
         m_since = now;
@@ -288,14 +296,16 @@ void NtripDialogue::fail(NtripFailure failure, std::string_view words, Milliseco
     NtripEvent event;
     event.failure = failure;
     event.text = m_caster.shown() + ": " + std::string(rowOf(failure).text);
-    if (!words.empty()) event.text += " (" + std::string(words) + ")";
+    if (!words.empty()) event.text += " (" + wordsOf(m_caster, words) + ")";
+    if (failure == NtripFailure::kUnauthorized && m_caster.password.empty())
+        event.text += "; no password was given";
     const bool isSoon = tryOtherVersion(failure);
     if (!isSoon && isFinal(failure)) {
         event.notice = NtripNotice::kGivenUp;
         enter(NtripState::kOver, now);
     } else {
         event.notice = NtripNotice::kFailed;
-        event.pause = isSoon ? m_options.firstPause / kOtherVersionSooner : nextPause();
+        event.pause = isSoon ? uneven(m_options.firstPause / kOtherVersionSooner) : nextPause();
         event.text += "; trying again in " + secondsText(event.pause);
         m_resumeAt = now + event.pause;
         enter(NtripState::kPausing, now);
@@ -308,23 +318,27 @@ bool NtripDialogue::isFinal(NtripFailure failure) const {
     return !m_options.keepTrying && !m_streamsBefore && (wantsTable() || rowOf(failure).isFinal);
 }
 
-// True when the next try speaks a version that may do better; the one after both is not sooner than others.
+// True when the next try speaks, for the first time, a version that may do better; later tries are not sooner than others.
 bool NtripDialogue::tryOtherVersion(NtripFailure failure) {
     const bool mayBeVersion = failure == NtripFailure::kNoReply || failure == NtripFailure::kClosedEarly ||
                               failure == NtripFailure::kMalformed ||
                               (failure == NtripFailure::kRefused && isNotUnderstood(m_reply.text()));
     if (m_versionSure || !mayBeVersion) return false;
     m_version = m_version == NtripVersion::k2 ? NtripVersion::k1 : NtripVersion::k2;
-    m_versionsTried = m_versionsTried % 2 + 1;
+    m_versionsTried = std::min(m_versionsTried + 1, 3U);
     return m_versionsTried == 2;
 }
 
 NtripDialogue::Milliseconds NtripDialogue::nextPause() {
-    const auto quarter = m_pause.count() / 4;
-    std::uniform_int_distribution<long long> unevenness(-quarter, quarter);
-    const Milliseconds pause(m_pause.count() + unevenness(m_random));
+    const Milliseconds pause = uneven(m_pause);
     m_pause = std::min(2 * m_pause, m_options.lastPause);
     return pause;
+}
+
+NtripDialogue::Milliseconds NtripDialogue::uneven(Milliseconds pause) {
+    const auto quarter = pause.count() / 4;
+    std::uniform_int_distribution<long long> unevenness(-quarter, quarter);
+    return Milliseconds(pause.count() + unevenness(m_random));
 }
 
 void NtripDialogue::enter(NtripState state, Milliseconds now) {

@@ -170,6 +170,7 @@ private:
     bool isFinal(NtripFailure failure) const;
     bool tryOtherVersion(NtripFailure failure);
     Milliseconds nextPause();
+    Milliseconds uneven(Milliseconds pause);
     void enter(NtripState state, Milliseconds now);
     void hangUp();
     void tell(NtripNotice notice, std::string text);
@@ -182,7 +183,7 @@ private:
     NtripState m_state = NtripState::kIdle;
     NtripVersion m_version;
     bool m_versionSure;
-    unsigned int m_versionsTried = 1;  // in vain, one after the other
+    unsigned int m_versionsTried = 1;  // in vain; no more than 3 are counted
     NtripReply m_reply;
     Rtcm3Scanner m_scanner;
     std::string m_table;

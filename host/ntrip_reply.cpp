@@ -20,8 +20,9 @@ constexpr std::size_t kLongestIcyLine = 1024;
 // Letters and '-': of these and a ':' no stream of corrections begins.
 constexpr std::string_view kNameCharacters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz-";
 constexpr std::string_view kStarts[] = {"ICY ", "HTTP/1.", "SOURCETABLE ", "ERROR"};
+constexpr std::string_view kRecords[] = {"STR;", "CAS;", "NET;", "ENDSOURCETABLE"};
 constexpr std::size_t kLongestChunkLine = 256;
-constexpr std::size_t kMostShown = 200;
+constexpr std::size_t kMostShown = 1000;
 
 // Names of fields and their values are compared without case.
 std::string lowered(std::string_view text) {
@@ -57,6 +58,20 @@ std::string_view field(std::string_view head, std::string_view name) {
         head.remove_prefix(std::min(end + 1, head.size()));
     }
     return {};
+}
+
+// A head ends with an empty line, whichever of the two line ends each line has; some source tables begin right behind
+// their first line. 0: it does not end yet.
+std::size_t headSize(std::string_view held) {
+    const bool isTable = held.starts_with("SOURCETABLE");
+    for (std::size_t end = held.find('\n'); end != held.npos; end = held.find('\n', end + 1)) {
+        const std::string_view next = held.substr(end + 1);
+        for (const std::string_view empty : {"\n", "\r\n"})
+            if (next.starts_with(empty)) return end + 1 + empty.size();
+        const auto begins = [next](std::string_view record) { return next.starts_with(record); };
+        if (isTable && std::ranges::any_of(kRecords, begins)) return end + 1;
+    }
+    return 0;
 }
 
 struct StatusOutcome {
@@ -152,11 +167,9 @@ std::size_t NtripReply::readHead() {
 }
 
 std::size_t NtripReply::readHttpHead(std::string_view held) {
-    const std::size_t end = std::min(held.find("\r\n\r\n"), held.find("\n\n"));
-    if (end == held.npos) return 0;
-    const std::size_t size = end + (held[end] == '\r' ? 4 : 2);
-    if (size > kLongestHead) return 0;
-    const std::string_view head = held.substr(0, end);
+    const std::size_t size = headSize(held);
+    if (size == 0 || size > kLongestHead) return 0;
+    const std::string_view head = held.substr(0, size);
     const bool isTable = held.starts_with("SOURCETABLE") ||
                          lowered(field(head, "content-type")).starts_with("gnss/sourcetable");
     const NtripOutcome outcome = outcomeOf(statusIn(firstLine(head)));
@@ -193,6 +206,9 @@ void NtripReply::appendAfterIcy(std::string_view bytes, std::string& body) {
         if (lineEnd == m_held.npos && m_held.size() < kLongestIcyLine) return;
         if (lineEnd >= kLongestIcyLine) break;
         m_held.erase(0, lineEnd + 1);
+        m_icyFields += lineEnd + 1;
+        if (m_icyFields > kLongestHead)
+            return settle(NtripOutcome::kMalformed, "the head of the reply does not end");
     }
     m_afterIcy = false;
     appendBody(std::exchange(m_held, {}), body);

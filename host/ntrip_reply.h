@@ -58,7 +58,8 @@ private:
     NtripOutcome m_headOutcome = NtripOutcome::kWaiting;
     std::string m_held;  // bytes that cannot be judged yet
     std::string m_text;
-    bool m_afterIcy = false;  // fields of a head, or its empty line, may still come
+    bool m_afterIcy = false;      // fields of a head, or its empty line, may still come
+    std::size_t m_icyFields = 0;  // bytes of them
     Chunk m_chunk = Chunk::kNone;
     std::size_t m_chunkRest = 0;
 };

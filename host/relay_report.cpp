@@ -61,6 +61,7 @@ std::string relayJson(const CasterRelayStatus& status, const ReceiverSnapshot& r
     std::string text = "{";
     FieldWriter fields(text, LineFormat::kJson);
     fields.text("state", stateName(status.state));
+    fields.text("failure", failureName(status.failure));
     fields.integer("bytes", number(status.caster.bytes));
     fields.beginList("messages");
     for (const auto& [message, count] : status.messages) {

@@ -51,6 +51,7 @@ public:
         if (!caster || !isUsable(*caster)) return kWrongUsage;
         m_session = openSession(m_options.session);
         if (!m_session) return kFailed;
+        if (!isRoadKnown()) return kWrongUsage;
         m_relay = std::make_unique<CasterRelay>(*caster, m_session->port(), relayOptions());
         if (!m_relay->start()) {
             complain("cannot start another thread");
@@ -67,10 +68,16 @@ private:
     bool isUsable(const CasterUrl& caster) const {
         if (caster.mount.empty())
             complain("which mount point? vkcomm sourcetable lists those of a caster");
-        else if (m_options.session.family == "maker" && !m_options.type)
-            complain("--type says which board is in one of the maker's receivers");
         else
             return true;
+        return false;
+    }
+
+    // The maker's receivers want corrections by a road of their own, which follows from the board inside.
+    bool isRoadKnown() const {
+        const ReceiverFamily* family = m_session->stream().family();
+        if (m_options.type || !family || family->name != "maker") return true;
+        complain("--type says which board is in one of the maker's receivers");
         return false;
     }
 
@@ -98,7 +105,7 @@ private:
         for (;;) {
             const auto now = systemClock().now();
             if (stopRequested() || (limit && now - start >= *limit)) return true;
-            if (!m_session->pump(kStep, steps) || m_relay->isOver()) break;
+            if (!m_session->pump(kStep, steps) || m_relay->isOver() || !isRoadKnown()) break;
             sayEvents();
             if (now >= m_nextLine) show();
         }
@@ -155,6 +162,16 @@ private:
 
 }  // namespace
 
+namespace {
+
+// Casters ban clients that tell them more often.
+std::string checkGgaEvery(const std::string& text) {
+    const auto every = parseDuration(text);
+    return every && *every > 0s && *every < 1s ? text + " is below 1s" : checkDuration(text);
+}
+
+}  // namespace
+
 void addRelay(CLI::App& app, Run& run) {
     auto options = std::make_shared<Options>();
     options->session.simulatesRover = true;
@@ -164,10 +181,11 @@ void addRelay(CLI::App& app, Run& run) {
     addSessionOptions(*verb, options->session);
     verb->add_option("--gga-every", options->ggaEvery,
                      "How often the caster is told where the receiver is; 0: never")
-        ->check(checkDuration)
+        ->check(checkGgaEvery)
         ->capture_default_str();
     verb->add_option("--leap-seconds", options->leapSeconds,
                      "GPS time minus UTC, for receivers that tell GPS time")
+        ->check(CLI::Range(0.0, 1000.0))
         ->capture_default_str();
     verb->add_option(
             "--type", options->type,

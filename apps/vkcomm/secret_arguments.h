@@ -5,8 +5,8 @@
 
 namespace vkcomm {
 
-// Blanks in argv what may be a password, in addresses and behind --user: other users see argv itself, where the system lets them (Windows keeps a copy
-// of its own). Call it first of all.
+// Blanks in argv what may be a password, in addresses and behind --user: other users see argv itself, where the system
+// lets them (Windows keeps a copy of its own). Call it first of all.
 void hideSecrets(int argc, char** argv);
 
 // What stood in place of a blanked value; any other text as it is.

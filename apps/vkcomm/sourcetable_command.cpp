@@ -12,6 +12,7 @@
 #include "host/source_table.h"
 #include "vkcomm/net/tcp_socket.h"
 #include "vkcomm/platform/stop_signal.h"
+#include "vkcomm/platform/terminal.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
@@ -60,6 +61,7 @@ std::optional<double> distanceTo(const SourceEntry& entry, const std::optional<P
 }
 
 constexpr std::size_t kColumns = 8;
+constexpr std::size_t kMostShown = 40;  // characters of a field
 using Row = std::array<std::string, kColumns>;
 
 Row rowOf(const SourceEntry& entry, const std::optional<Place>& place) {
@@ -69,11 +71,11 @@ Row rowOf(const SourceEntry& entry, const std::optional<Place>& place) {
     if (!entry.authentication.empty() && entry.authentication != "N") needs += "password ";
     if (entry.hasFee) needs += "fee";
     return {kilometres,
-            shownText(entry.mount),
-            shownText(entry.identifier),
-            shownText(entry.country),
-            shownText(entry.format),
-            shownText(entry.systems),
+            shownText(entry.mount, kMostShown),
+            shownText(entry.identifier, kMostShown),
+            shownText(entry.country, kMostShown),
+            shownText(entry.format, kMostShown),
+            shownText(entry.systems, kMostShown),
             entry.isNetwork ? "network" : "single base",
             needs};
 }
@@ -144,11 +146,16 @@ int fetch(const Options& options) {
     NtripSteps steps;
     steps.event = [&hasTable](const NtripEvent& event) {
         hasTable = hasTable || event.notice == NtripNotice::kTable;
-        if (event.failure != NtripFailure::kNone) complain(event.text);
+        const bool isProgress = event.notice == NtripNotice::kConnecting && isOutputTerminal();
+        if (event.failure != NtripFailure::kNone || isProgress) complain(event.text);
     };
-    client.start();
+    if (!client.start()) {
+        complain("cannot start another thread");
+        return kFailed;
+    }
     while (!stopRequested() && client.pump(200ms, steps)) {
     }
+    if (!hasTable && stopRequested()) complain("stopped before the source table was there");
     if (!hasTable) return kFailed;
     const SourceTable table = parseSourceTable(client.dialogue().table());
     if (!table.isWhole) complain(caster->shown() + ": the source table is not whole");

@@ -234,6 +234,7 @@ TEST_F(PortRoad, TheSlowRoadsTakeOneBlockWhileTheQueueIsEmpty) {
 
 TEST_F(PortRoad, ACasterFeedsAPort) {
     // A look-up may outlast who asked for it, so what it asks is never gone.
+    CloseWSA();  // what another test has left on would stay
     static auto& wire = *new test::Wire;
     static auto& network = *new test::FakeNetwork(wire);
     wire.arrivals = {{0, "ICY 200 OK\r\n\r\n"}, {0, std::string(2000, 'a')}, {0, std::string(500, 'b')}};
