@@ -19,6 +19,7 @@ constexpr auto kTick = 10ms;
 constexpr auto kDripEvery = 1s;
 constexpr std::size_t kLongestRequest = 8192;
 constexpr std::size_t kLongestLine = 1024;
+constexpr int kMostReadsInARow = 16;           // so that no client keeps the others waiting
 constexpr std::size_t kMostWaiting = 262'144;  // bytes for a client that does not read
 
 ByteSpan bytesOf(std::string_view text) {
@@ -77,7 +78,7 @@ private:
 // Whoever has been answered may still send; nobody looks at that.
 bool Caster::Client::read() {
     std::array<unsigned char, 4096> buffer;
-    for (;;) {
+    for (int turn = 0; turn < kMostReadsInARow; ++turn) {
         const auto count = m_connection->read(buffer);
         if (!count) return false;
         if (*count == 0) return true;
@@ -85,6 +86,7 @@ bool Caster::Client::read() {
             m_in.append(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(*count));
         if (m_in.size() > kLongestRequest) return true;
     }
+    return true;
 }
 
 // False while the request is not whole.
@@ -161,7 +163,7 @@ void Caster::Client::stream(Milliseconds now, CasterTotals& totals) {
     if (isStalled()) return;
     std::string bytes;
     m_feed->append(now, kMostWaiting - std::min(kMostWaiting, m_out.size()), bytes);
-    bytes.resize(std::min<std::uint64_t>(bytes.size(), left()));
+    bytes.resize(static_cast<std::size_t>(std::min<std::uint64_t>(bytes.size(), left())));
     m_streamed += bytes.size();
     totals.bytes += bytes.size();
     if (!bytes.empty()) m_out += m_inChunks ? chunkOf(bytes) : bytes;

@@ -49,8 +49,9 @@ public:
             size = std::min(size, due - std::min(m_sent, due));
         }
         while (size > 0 && !ended()) {
-            const std::size_t from = m_sent % m_bytes->size();
-            const std::size_t count = std::min<std::uint64_t>(size, m_bytes->size() - from);
+            const auto from = static_cast<std::size_t>(m_sent % m_bytes->size());
+            const auto count =
+                static_cast<std::size_t>(std::min<std::uint64_t>(size, m_bytes->size() - from));
             out.append(*m_bytes, from, count);
             m_sent += count;
             size -= count;

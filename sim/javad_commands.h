@@ -16,7 +16,11 @@ namespace vkcomm::sim {
 
 class JavadCommands final : public CommandedReceiver {
 protected:
-    Front frontOf(ByteSpan bytes) const override { return lineFront(bytes); }
+    // A port that was made an input for corrections hears no commands any more.
+    Front frontOf(ByteSpan bytes) const override {
+        const std::string mode = m_settings.get("/par/dev/ser/a/imode");
+        return mode.empty() || mode == "cmd" ? lineFront(bytes) : otherFront();
+    }
 
     void obey(ByteSpan command, Reaction& reaction) override;
 

@@ -122,8 +122,15 @@ constexpr NovatelCommands::Row NovatelCommands::kRows[] = {
     {"freset", &NovatelCommands::factoryReset},
 };
 
+// A port that was made an input for corrections hears no commands any more.
+bool NovatelCommands::takesCommands() const {
+    constexpr std::string_view kHeard = "takes novatel";
+    const std::string interface = m_settings.get("interface com1");
+    return interface.empty() || interface.starts_with(kHeard);
+}
+
 Front NovatelCommands::frontOf(ByteSpan bytes) const {
-    if (bytes[0] != '$') return lineFront(bytes);
+    if (bytes[0] != '$') return takesCommands() ? lineFront(bytes) : otherFront();
     if (bytes.size() < 2) return {};
     return bytes[1] == '$' ? MakerCommands::frontOfFrame(bytes) : lineFront(bytes);
 }
@@ -205,7 +212,8 @@ void NovatelCommands::log(Arguments& arguments) {
         if (!arguments.isOver()) when += ", " + arguments.number(0, kLongest) + " s late";
     }
     if (!arguments.done()) return;
-    if (trigger == "once") return sendLog(message);
+    if (trigger == "once" && to == "com1") sendLog(message);
+    if (trigger == "once") return;
     m_settings.set("log " + to + ' ' + message, when);
 }
 

@@ -29,6 +29,7 @@ protected:
     std::string_view rateSetting() const override { return "port com1"; }
 
 private:
+    bool takesCommands() const;
     struct Row;
     static const Row kRows[];
 
