@@ -1,6 +1,7 @@
 #include "host/answer_reader.h"
 
 #include <algorithm>
+#include <array>
 
 #include "host/family_rows.h"
 #include "host/receiver_family.h"
@@ -32,6 +33,8 @@ constexpr VerdictRow kVerdicts[] = {
     {Dialect::kJavad, LOG_NONE, static_cast<int>(javadId("ER")), AnswerKind::kRefused},
     {Dialect::kThales, LOG_NMEA, static_cast<int>(kPashrAck), AnswerKind::kAccepted},
     {Dialect::kThales, LOG_NMEA, static_cast<int>(kPashrNak), AnswerKind::kRefused},
+    {Dialect::kNmea, LOG_NMEA, static_cast<int>(kPashrAck), AnswerKind::kAccepted},
+    {Dialect::kNmea, LOG_NMEA, static_cast<int>(kPashrNak), AnswerKind::kRefused},
     {Dialect::kCmc, LOG_CMC_BINARY, kCmcAcknowledge, AnswerKind::kAccepted, kCmcFlagAt},
     {Dialect::kCsi, LOG_CSI_REPLY, static_cast<int>(kCsiReply), AnswerKind::kAccepted},
     {Dialect::kMaker, LOG_VAREK_REPLY, kAnyId, AnswerKind::kAccepted, kMakerFlagAt},
@@ -95,6 +98,18 @@ std::string verdictText(const RoutedRecord& routed) {
     return isText ? plain(lineOf(routed.record.bytes)) : valuesText(routed);
 }
 
+std::optional<unsigned char> aboutOf(const CommandTarget& target, const RecordView& record) {
+    constexpr std::size_t kAboutAt = 4;
+    if (target.dialect != Dialect::kCmc || record.type != LOG_CMC_BINARY) return std::nullopt;
+    return record.bytes.size() > kAboutAt ? std::optional(record.bytes[kAboutAt]) : std::nullopt;
+}
+
+// "[COM1]" and "Com1>" are the port's own name; 0 for others.
+int portOfPrompt(unsigned id) {
+    constexpr std::array<int, 7> kPorts = {0, 0, 1, 2, 3, 1, 2};
+    return id < kPorts.size() ? kPorts[id] : 0;
+}
+
 std::string lettersOf(const RecordView& record) {
     return record.type == LOG_VAREK_REPLY ? std::string(textOf(record.bytes.subspan(2, 2))) : std::string();
 }
@@ -153,12 +168,17 @@ void AnswerReader::take(const RoutedRecord& routed) {
             m_answers.push_back(std::move(*answer));
         return;
     }
+    if (record.type == LOG_PORT_PROMPT) m_promptPort = portOfPrompt(record.id);
     // Of a bare "$>" reply the decoder takes the '$' alone; the line is gathered here.
     const bool isCsiLead = record.type == LOG_CSI_REPLY && record.bytes.size() == 1;
     if (isCsiLead) return takeLoose(record.bytes);
     if (isWanted(record)) return addRecord(routed);
     if (const VerdictRow* row = verdictOf(m_target, record))
-        m_answers.push_back({kindOfVerdict(*row, record), verdictText(routed), {}, lettersOf(record)});
+        m_answers.push_back({kindOfVerdict(*row, record),
+                             verdictText(routed),
+                             {},
+                             lettersOf(record),
+                             aboutOf(m_target, record)});
 }
 
 bool AnswerReader::isWanted(const RecordView& record) const {

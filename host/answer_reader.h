@@ -29,6 +29,7 @@ struct Answer {
     std::string text;          // for people, without a line end
     std::string json = {};     // of kRecord: the line that decode --json would print, without its end
     std::string letters = {};  // of the maker's own frames
+    std::optional<unsigned char> about = {};  // CMC: number of the message that it answers
 };
 
 // Not locked: one thread at a time.
@@ -47,6 +48,9 @@ public:
     std::optional<Answer> next();
     // Drops what was found.
     void forget();
+
+    // The receiver's port that the line ends at, counted from 1, by the last prompt of a NovAtel board; 0: not known.
+    int promptPort() const { return m_promptPort; }
 
 private:
     void takeRecords();
@@ -68,6 +72,7 @@ private:
     std::uint64_t m_taken = 0;  // bytes that are in records or looked at
     std::string m_line;         // of a text answer that has begun outside records
     std::deque<Answer> m_answers;
+    int m_promptPort = 0;
     std::unique_ptr<AnswerReader> m_inside;  // reads what the maker's frames carry
 };
 

@@ -1,7 +1,9 @@
 #include "host/base_mark.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <numbers>
 
 #include "host/field_writer.h"
@@ -28,14 +30,21 @@ std::string placeLine(const char* name, const BLH& place) {
     return line;
 }
 
-std::string antennaLine(const CAntType& antenna) {
+// Names come out of files: nothing in them may reach a terminal as a control character.
+std::string printable(std::wstring name) {
+    const auto isControl = [](wchar_t c) { return c < L' ' || (c >= 0x7F && c < 0xA0); };
+    std::ranges::replace_if(name, isControl, L'?');
+    return toUtf8(name);
+}
+
+std::string antennaLine(const CAntType& antenna, bool isHeightGiven) {
     static constexpr const char* kPoints[] = {"bottom", "top", "middle"};
     const bool hasPoint = antenna.uMeasureTo < std::size(kPoints);
-    if (antenna.fPhaseHeight == 0.0F)
+    if (antenna.fPhaseHeight == 0.0F && !isHeightGiven)
         return "antenna       no height is known: the mark counts as the phase centre\n";
     std::string line;
     appendFormat(line, "%-13s %s: phase centre %.3f m above the mark", "antenna",
-                 toUtf8(antenna.strName).c_str(), decimalOf(antenna.fPhaseHeight));
+                 printable(antenna.strName).c_str(), decimalOf(antenna.fPhaseHeight));
     if (hasPoint)
         appendFormat(line, " (%.3f m to its %s and %.3f m from there)", antenna.dGetAntHeight(),
                      kPoints[antenna.uMeasureTo], decimalOf(antenna.fOffset[antenna.uMeasureTo]));
@@ -66,8 +75,10 @@ std::optional<BLH> parseMark(std::string_view text, std::string& error) {
                 "degrees and metres with a decimal point";
         return std::nullopt;
     }
-    const BLH mark{*values[0] * kRadiansPerDegree, *values[1] * kRadiansPerDegree, *values[2]};
+    BLH mark{*values[0] * kRadiansPerDegree, *values[1] * kRadiansPerDegree, *values[2]};
     error = basePositionProblem(mark);
+    // Not every receiver takes longitudes beyond 180 degrees.
+    mark.longitude = std::remainder(*values[1], 360.0) * kRadiansPerDegree;
     return error.empty() ? std::optional(mark) : std::nullopt;
 }
 
@@ -75,8 +86,8 @@ BLH phaseCentre(const BLH& mark, const CAntType& antenna) {
     return {mark.latitude, mark.longitude, mark.height + decimalOf(antenna.fPhaseHeight)};
 }
 
-std::string markLines(const BLH& mark, const CAntType& antenna) {
-    return placeLine("mark", mark) + antennaLine(antenna) +
+std::string markLines(const BLH& mark, const CAntType& antenna, bool isHeightGiven) {
+    return placeLine("mark", mark) + antennaLine(antenna, isHeightGiven) +
            placeLine("phase centre", phaseCentre(mark, antenna));
 }
 

@@ -12,7 +12,7 @@
 namespace vkcomm {
 
 // "LAT,LON,H": decimal degrees and metres above the ellipsoid, with a point whatever the locale. Nothing, and why in
-// error, for any other text and for places where no base can stand. In radians.
+// error, for any other text and for places where no base can stand. In radians, longitudes within half a turn.
 std::optional<BLH> parseMark(std::string_view text, std::string& error);
 
 // A decimal number of metres as a whole text; nothing for any other.
@@ -22,8 +22,9 @@ std::optional<double> parseMetres(std::string_view text);
 // number that it stands for, so that 1.553 m do not become 1.55299997 m.
 BLH phaseCentre(const BLH& mark, const CAntType& antenna);
 
-// Mark, antenna and phase centre in a line each, both heights in metres.
-std::string markLines(const BLH& mark, const CAntType& antenna);
+// Mark, antenna and phase centre in a line each, both heights in metres. A height of 0 that was not given is one that
+// is not known.
+std::string markLines(const BLH& mark, const CAntType& antenna, bool isHeightGiven = false);
 // The same as one JSON object in a line.
 std::string markJson(const BLH& mark, const CAntType& antenna);
 

@@ -31,34 +31,107 @@ std::vector<std::string> wordsOf(std::string_view what) {
     return words;
 }
 
+constexpr std::size_t kTrimbleTypeAt = 2;
+
+// Every frame of the maker's in the bytes gives what it carries; all else stays.
+Bytes unwrapped(ByteSpan bytes) {
+    constexpr std::size_t kBehindPayload = 9;  // letters, selector, length in front; XOR, CR, LF behind
+    Bytes board;
+    while (!bytes.empty()) {
+        const ByteSpan payload = isMakerFrame(bytes) ? makerPayload(bytes) : ByteSpan();
+        const bool isFrame = !payload.empty() && bytes.size() >= payload.size() + kBehindPayload;
+        const ByteSpan piece = isFrame ? payload : bytes.first(1);
+        board.insert(board.end(), piece.begin(), piece.end());
+        bytes = bytes.subspan(isFrame ? payload.size() + kBehindPayload : 1);
+    }
+    return board;
+}
+
+// Lower case, no blank beside a comma.
+std::string plainForm(ByteSpan bytes) {
+    std::string text;
+    for (const char c : textOf(bytes)) {
+        if (c == ' ' && text.ends_with(',')) continue;
+        while (c == ',' && text.ends_with(' '))
+            text.pop_back();
+        text += static_cast<char>(c >= 'A' && c <= 'Z' ? c + 'a' - 'A' : c);
+    }
+    return text;
+}
+
+bool isWordCharacter(char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '/'; }
+
+// A command may begin behind anything but another word of its line: "log freset" is none.
+bool beginsCommand(std::string_view text, std::string_view name) {
+    for (std::size_t at = text.find(name); at != text.npos; at = text.find(name, at + 1)) {
+        const std::size_t before = text.substr(0, at).find_last_not_of(' ');
+        if (before == text.npos || !isWordCharacter(text[before])) return true;
+    }
+    return false;
+}
+
+// Whether the packet's check is right does not matter here.
+bool hasResetPacket(ByteSpan bytes) {
+    constexpr unsigned char kStart = 0x02, kEnd = 0x03, kReset = 0x58;
+    constexpr std::size_t kLengthAt = 3, kFrame = 6, kFactoryFlagAt = 10;
+    for (; bytes.size() >= kFrame; bytes = bytes.subspan(1)) {
+        const std::size_t size = bytes[kLengthAt] + kFrame;
+        if (bytes[0] != kStart || bytes.size() < size || bytes[size - 1] != kEnd) continue;
+        const unsigned char type = bytes[kTrimbleTypeAt];
+        if (type == kReset) return true;
+        if (type == kApplicationFile && size > kFactoryFlagAt + 2 && bytes[kFactoryFlagAt] != 0) return true;
+    }
+    return false;
+}
+
+// FRESET in binary: message 20.
+bool hasBinaryReset(ByteSpan bytes) {
+    constexpr std::string_view kSync = "\xAA\x44\x12";
+    constexpr std::size_t kIdAt = 4;
+    const std::string_view text = textOf(bytes);
+    for (std::size_t at = text.find(kSync); at != text.npos; at = text.find(kSync, at + 1))
+        if (text.substr(at + kIdAt, 2) == std::string_view("\x14\0", 2)) return true;
+    return false;
+}
+
 struct ResetRow {
     Dialect dialect;
-    std::string_view first;
-    std::string_view second = {};  // empty: any
+    std::string_view begin = {};
+    bool (*isIn)(ByteSpan bytes) = nullptr;  // where it is no text
 };
 
 constexpr ResetRow kResets[] = {
-    {Dialect::kNovatel, "freset"},       {Dialect::kJavad, "init"},  {Dialect::kThales, "$pashs", "ini"},
-    {Dialect::kThales, "$pashs", "rst"}, {Dialect::kCsi, "$jreset"},
+    {Dialect::kNovatel, "freset"},
+    {Dialect::kNovatel, {}, hasBinaryReset},
+    {Dialect::kJavad, "init"},
+    {Dialect::kThales, "$pashs,ini"},
+    {Dialect::kThales, "$pashs,rst"},
+    {Dialect::kCsi, "$jreset"},
+    {Dialect::kTrimble, {}, hasResetPacket},
+    {Dialect::kTsip, "\x10\x1e"
+                     "f"},
 };
 
-bool isResetText(const CommandTarget& target, const std::string& what) {
-    const auto words = wordsOf(what);
+// Behind NMEA and in a maker's receiver there may be any board.
+bool mayHear(Dialect target, Dialect dialect) {
+    return target == dialect || target == Dialect::kMaker || target == Dialect::kNmea;
+}
+
+bool resetsBoard(const CommandTarget& target, ByteSpan bytes) {
+    const std::string text = plainForm(bytes);
     return std::ranges::any_of(kResets, [&](const ResetRow& row) {
-        return row.dialect == target.dialect && words[0] == row.first &&
-               (row.second.empty() || (words.size() > 1 && words[1] == row.second));
+        const bool isHere = row.isIn ? row.isIn(bytes) : beginsCommand(text, row.begin);
+        return isHere && mayHear(target.dialect, row.dialect);
     });
 }
 
-constexpr std::size_t kTrimbleTypeAt = 2, kTrimbleDataAt = 4;
-constexpr std::size_t kFactoryFlagAt = kTrimbleDataAt + 6;
-constexpr unsigned char kTrimbleReset = 0x58;
-
-bool isResetPacket(const CommandTarget& target, const Bytes& bytes) {
-    if (target.dialect != Dialect::kTrimble || bytes.size() <= kTrimbleTypeAt) return false;
-    const unsigned char type = bytes[kTrimbleTypeAt];
-    return type == kTrimbleReset ||
-           (type == kApplicationFile && bytes.size() > kFactoryFlagAt && bytes[kFactoryFlagAt] != 0);
+// Wherever in the bytes it stands: no road may lead round the question.
+bool isReset(const CommandTarget& target, const CommandSteps& steps) {
+    Bytes all;
+    for (const CommandStep& step : steps)
+        all.insert(all.end(), step.bytes.begin(), step.bytes.end());
+    return std::ranges::any_of(steps, &CommandStep::factoryReset) || resetsBoard(target, all) ||
+           resetsBoard(target, unwrapped(all));
 }
 
 // Questions of the Trimble protocol and the packets that answer them.
@@ -119,7 +192,8 @@ std::optional<MessageKind> recordAsked(const CommandTarget& target, const Comman
 
 bool mayStaySilent(const CommandTarget& target, const Command& command) {
     switch (target.dialect) {
-    case Dialect::kMaker: return true;
+    case Dialect::kMaker:
+    case Dialect::kNmea: return true;
     case Dialect::kThales: return command.what.starts_with("$PASHQ") && !command.record;
     case Dialect::kJavad: return !command.what.starts_with('%');  // then only errors are answered
     default: return !command.letters().empty() && command.letters() != kBoardLetters;
@@ -127,7 +201,7 @@ bool mayStaySilent(const CommandTarget& target, const Command& command) {
 }
 
 Expectation expectationOf(const CommandTarget& target, const Command& command) {
-    if (target.dialect == Dialect::kNmea || target.dialect == Dialect::kTsip) return Expectation::kNothing;
+    if (target.dialect == Dialect::kTsip) return Expectation::kNothing;
     if (mayStaySilent(target, command)) return Expectation::kPerhaps;
     return command.record ? Expectation::kRecord : Expectation::kVerdict;
 }
@@ -137,8 +211,7 @@ Command commandOf(const CommandTarget& target, CommandSteps steps) {
     command.record = recordAsked(target, command);
     command.expects = expectationOf(target, command);
     command.moreAnswers = command.letters() == "SI" || wordsOf(command.what).front() == "$jshow";
-    command.resets = command.steps.front().factoryReset || isResetText(target, command.what) ||
-                     isResetPacket(target, command.boardBytes());
+    command.resets = isReset(target, command.steps);
     return command;
 }
 
@@ -163,6 +236,13 @@ Bytes Command::boardBytes() const {
 std::string Command::letters() const {
     const Bytes& frame = steps.front().bytes;
     return isMakerFrame(frame) ? std::string(textOf(frame).substr(2, 2)) : std::string();
+}
+
+std::optional<unsigned char> Command::messageNumber() const {
+    constexpr unsigned char kNumber = 0x7F;
+    const Bytes bytes = boardBytes();
+    if (bytes.size() < 2) return std::nullopt;
+    return static_cast<unsigned char>(bytes[1] & kNumber);
 }
 
 std::optional<PortRate> Command::newRate() const {

@@ -28,9 +28,10 @@ struct Command {
     bool moreAnswers = false;                // several lines, all of them answers
     bool resets = false;                     // the receiver goes back to its factory defaults
 
-    std::size_t size() const;     // bytes as they leave the port
-    Bytes boardBytes() const;     // without the maker's frames around them
-    std::string letters() const;  // of the maker's frame; empty without one
+    std::size_t size() const;                            // bytes as they leave the port
+    Bytes boardBytes() const;                            // without the maker's frames around them
+    std::string letters() const;                         // of the maker's frame; empty without one
+    std::optional<unsigned char> messageNumber() const;  // of a CMC message
     std::optional<PortRate> newRate() const;
 };
 

@@ -54,6 +54,7 @@ std::string outcomeText(const Command& command, const CommandResult& result) {
         text += " (this receiver does not answer)";
     if (result.outcome == CommandOutcome::kSent && command.expects == Expectation::kPerhaps)
         text += " (no answer came, and none is needed)";
+    if (result.lineRate != 0) text += "; this line is at " + std::to_string(result.lineRate) + " bit/s now";
     if (result.outcome == CommandOutcome::kCutOff)
         text += ": " + std::to_string(result.bytesSent) + " of " + std::to_string(command.size()) +
                 " bytes had gone out";

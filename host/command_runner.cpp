@@ -17,16 +17,18 @@ constexpr auto kStep = 20ms;
 constexpr auto kRateSearch = BaudHunt::timeOfRounds(2);
 // A line that stands still longer holds a lead byte that was none.
 constexpr auto kLinePause = 400ms;
-// How long a port may take for one command beyond the delays in it.
+// How long a port may take for one command beyond the delays in it, and for each byte of it, which is what the port
+// itself gives a write.
 constexpr auto kWriting = 10s;
+constexpr auto kWritingByte = 10ms;
 // Behind one answer of several.
 constexpr auto kMoreAnswers = 300ms;
 
-std::chrono::milliseconds delaysOf(const Command& command) {
-    int sum = 0;
+std::chrono::milliseconds writingTime(const Command& command) {
+    std::chrono::milliseconds sum = kWriting;
     for (const CommandStep& step : command.steps)
-        sum += step.delay;
-    return std::chrono::milliseconds(sum);
+        sum += std::chrono::milliseconds(step.delay) + step.bytes.size() * kWritingByte;
+    return sum;
 }
 
 }  // namespace
@@ -42,9 +44,8 @@ CommandRunner::CommandRunner(ReceiverSession& session, LineLog& log, const Comma
 
 bool CommandRunner::awaitRate(std::string& error) {
     const PortUrl& url = m_session.url();
-    const bool isLine = url.kind == UrlKind::kSerial || url.kind == UrlKind::kCom;
     const auto end = m_options.clock->now() + kRateSearch;
-    while (isLine && !url.baud && !m_session.rate()) {
+    while (isSerial() && !url.baud && !m_session.rate()) {
         if (isCutOff() || m_options.clock->now() >= end) {
             error = m_isLost ? m_whyLost
                              : url.text + ": the receiver sends nothing by which its rate could be found; "
@@ -80,12 +81,14 @@ CommandResult CommandRunner::give(const Command& command) {
     m_reader.forget();  // nothing that came before is an answer to this
     m_reader.want(command.record);
     if (command.newRate()) m_newRate = command.newRate();
+    takeLinePort(command);
     const std::uint64_t before = m_log.sent();
-    m_session.port().nSendSteps(command.steps);
+    const bool isTaken = m_session.port().nSendSteps(command.steps) == static_cast<int>(command.steps.size());
+    if (command.newRate() && command.newRate()->port == m_linePort) result.lineRate = command.newRate()->baud;
 
     // The port may still wait behind the command before.
-    const auto end = m_options.clock->now() + kWriting + delaysOf(command);
-    while (m_log.sent() - before < command.size() && !isCutOff() && m_options.clock->now() < end)
+    const auto end = m_options.clock->now() + writingTime(command);
+    while (isTaken && m_log.sent() - before < command.size() && !isCutOff() && m_options.clock->now() < end)
         pump();
     result.bytesSent = std::min<std::uint64_t>(m_log.sent() - before, command.size());
     if (result.bytesSent == command.size())
@@ -94,6 +97,18 @@ CommandResult CommandRunner::give(const Command& command) {
         result.outcome = result.bytesSent > 0 ? CommandOutcome::kCutOff : CommandOutcome::kNotSent;
     if (!isSuccess(result.outcome)) result.problem = whyNot(result, command);
     return result;
+}
+
+bool CommandRunner::isSerial() const {
+    const UrlKind kind = m_session.url().kind;
+    return kind == UrlKind::kSerial || kind == UrlKind::kCom;
+}
+
+// Where it is not given: a board that answers names the port it answers on.
+void CommandRunner::takeLinePort(const Command& command) {
+    m_linePort = m_options.linePort;
+    if (m_linePort == 0 && command.newRate() && isSerial()) m_linePort = m_reader.promptPort();
+    m_session.port().vSetLinePort(m_linePort);
 }
 
 void CommandRunner::awaitAnswer(const Command& command, CommandResult& result) {
@@ -139,6 +154,7 @@ bool CommandRunner::takeAnswers(const Command& command, CommandResult& result) {
 bool CommandRunner::isUnasked(const Command& command, const Answer& answer,
                               const CommandResult& result) const {
     if (answer.letters != (answer.letters.empty() ? "" : command.letters())) return true;
+    if (answer.about && *answer.about != command.messageNumber()) return true;
     if (m_target.dialect == Dialect::kNovatel)
         return answer.kind == AnswerKind::kRecord && result.answers.empty();
     constexpr std::string_view kPage = "$>JSHOW";
@@ -182,8 +198,9 @@ std::string CommandRunner::whyNot(const CommandResult& result, const Command& co
     if (isCutOff()) return "stopped";
     if (result.bytesSent < command.size()) return "the port took no more";
     if (result.outcome != CommandOutcome::kSilent || !m_newRate) return {};
-    return "port " + std::to_string(m_newRate->port) + " of the receiver was set to " +
-           std::to_string(m_newRate->baud) + " bit/s: a line that ends there must follow";
+    const std::string rate = std::to_string(m_newRate->baud);
+    return "port " + std::to_string(m_newRate->port) + " of the receiver was set to " + rate +
+           " bit/s: a line that ends there needs --line-port, and ?baud=" + rate + " from now on";
 }
 
 }  // namespace vkcomm

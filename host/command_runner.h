@@ -36,11 +36,13 @@ struct CommandResult {
     std::vector<Answer> answers;
     std::uint64_t bytesSent = 0;
     std::string problem = {};  // of a command that did not succeed: why, where that is known
+    int lineRate = 0;          // that this end of the line was set to with the receiver's; 0: none
 };
 
 struct RunnerOptions {
     std::chrono::milliseconds wait{2000};  // for each answer, from the last byte of the command
     Clock* clock = &systemClock();
+    int linePort = 0;  // the receiver's port that the line ends at, counted from 1; 0: by its prompts
 };
 
 struct RunnerSteps {
@@ -75,6 +77,8 @@ private:
     void pump();
     void takeChunks();
     std::string whyNot(const CommandResult& result, const Command& command) const;
+    void takeLinePort(const Command& command);
+    bool isSerial() const;
 
     bool isCutOff() const { return m_isLost || (m_steps.isStopped && m_steps.isStopped()); }
 
@@ -87,6 +91,7 @@ private:
     std::vector<CommandResult> m_results;
     std::chrono::milliseconds m_lastByte{};  // when something was last received
     std::optional<PortRate> m_newRate;       // that a command of this run has set
+    int m_linePort = 0;
     bool m_isLost = false;
     std::string m_whyLost;
 };

@@ -41,8 +41,11 @@ std::string problemWithText(const CommandTarget& target, std::string_view text) 
     if (text.empty()) return "an empty text is no command";
     if (text.size() > kLongestText)
         return "a command has at most 1023 characters, not " + std::to_string(text.size());
-    if (std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) < ' '; }))
+    if (std::ranges::any_of(text, [](char c) { return static_cast<unsigned char>(c) < ' ' || c == 0x7F; }))
         return "a command is one line without control characters; --hex sends any bytes";
+    const bool isSentence = target.dialect == Dialect::kThales || target.dialect == Dialect::kNmea;
+    if (isSentence && !text.starts_with('$'))
+        return "a sentence begins with $; a receiver of another family needs --family";
     if (target.dialect == Dialect::kMaker && lettersIn(text) < 2)
         return "a maker's command begins with two letters";
     return {};

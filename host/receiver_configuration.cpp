@@ -54,9 +54,23 @@ struct Values {
     char upper() const { return static_cast<char>('A' + port); }
 
     std::string number() const { return integerText(port); }
+
+    int pdop() const {
+        constexpr int kUsualPdop = 6;
+        return choice.pdop.value_or(kUsualPdop);
+    }
 };
 
-enum Uses : int { kNoValue = 0, kUsesPort = 1, kUsesBaud = 2, kUsesMasks = 4, kUsesRate = 8 };
+enum Uses : int {
+    kNoValue = 0,
+    kUsesPort = 1,
+    kUsesBaud = 2,
+    kUsesElevation = 4,
+    kUsesRate = 8,
+    kUsesPdop = 16
+};
+
+constexpr int kUsesMasks = kUsesElevation | kUsesPdop;
 
 // Of a board that is connected directly: in a maker's receiver the line keeps its rate.
 CommandSteps withRate(const CommandTarget& target, CommandSteps steps, int port, int baud) {
@@ -110,9 +124,9 @@ constexpr ActionRow kActions[] = {
     {"mask", Dialect::kTrimble, kUsesMasks,
      [](T t, V v) {
          return trimble(t, positionMasks(static_cast<unsigned char>(v.choice.elevation),
-                                         static_cast<unsigned char>(v.choice.pdop), t.type));
+                                         static_cast<unsigned char>(v.pdop()), t.type));
      }},
-    {"mask", Dialect::kNovatel, kUsesMasks,
+    {"mask", Dialect::kNovatel, kUsesElevation,
      [](T t, V v) {
          const std::string mask = integerText(v.choice.elevation);
          return lines(t, {"ecutoff " + mask, "rtkelevmask user " + mask});
@@ -121,9 +135,9 @@ constexpr ActionRow kActions[] = {
      [](T t, V v) {
          const std::string mask = integerText(v.choice.elevation);
          return lines(t, {"%%set,/par/pos/elm," + mask, "%%set,/par/out/elm/cur/term," + mask,
-                          "%%set,/par/pos/pdop," + integerText(v.choice.pdop)});
+                          "%%set,/par/pos/pdop," + integerText(v.pdop())});
      }},
-    {"mask", Dialect::kCsi, kUsesMasks,
+    {"mask", Dialect::kCsi, kUsesElevation,
      [](T t, V v) { return lines(t, {"$JMASK," + integerText(v.choice.elevation)}); }},
     {"unlog", Dialect::kTrimble, kUsesPort, [](T t, V v) { return trimble(t, portSilence(v.port, t.type)); }},
     {"unlog", Dialect::kNovatel, kUsesPort, [](T t, V v) { return lines(t, {"unlogall com" + v.number()}); }},
@@ -164,11 +178,10 @@ std::string readValues(const ActionRow& row, Values& values) {
         if (rate == kBaudRates.end()) return "the rate must be one of " + ratesText();
         values.baudIndex = static_cast<int>(rate - kBaudRates.begin());
     }
-    if ((row.uses & kUsesMasks) != 0) {
-        if (choice.elevation < 0 || choice.elevation > 90)
-            return "the elevation mask is outside 0 to 90 degrees";
-        if (choice.pdop < 0 || choice.pdop > 255) return "the PDOP mask is outside 0 to 255";
-    }
+    if ((row.uses & kUsesElevation) != 0 && (choice.elevation < 0 || choice.elevation > 90))
+        return "the elevation mask is outside 0 to 90 degrees";
+    if (values.pdop() < 0 || values.pdop() > 255) return "the PDOP mask is outside 0 to 255";
+    if (choice.pdop && (row.uses & kUsesPdop) == 0) return "these receivers have no PDOP mask";
     const int leastCode = choice.action == "raw" ? 0 : 1;
     if ((row.uses & kUsesRate) != 0 && (choice.rateCode < leastCode || choice.rateCode > 13))
         return "the rate code is outside " + integerText(leastCode) + " to 13";

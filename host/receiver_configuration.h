@@ -14,12 +14,12 @@ namespace vkcomm {
 
 // A setting to change. Each action uses some of the values.
 struct Configuration {
-    std::string action;  // "gsof", "baud", "mask", "unlog", "raw", "thales-init" or "reset"
-    std::string port;    // as receivers of the dialect name it: 2, com2, b
-    int baud = 0;        // bit/s
-    int rateCode = 3;    // 1 to 13, Trimble's frequency codes; 0 with raw: off
-    int elevation = 10;  // degrees
-    int pdop = 6;
+    std::string action;            // "gsof", "baud", "mask", "unlog", "raw", "thales-init" or "reset"
+    std::string port;              // as receivers of the dialect name it: 2, com2, b
+    int baud = 0;                  // bit/s
+    int rateCode = 3;              // 1 to 13, Trimble's frequency codes; 0 with raw: off
+    int elevation = 10;            // degrees
+    std::optional<int> pdop = {};  // 6 when not given
 };
 
 std::optional<CommandSteps> configurationSteps(const CommandTarget& target, const Configuration& choice,

@@ -17,6 +17,7 @@ using Steps = std::optional<CommandSteps>;
 constexpr int kRtcm3Format = 7;
 constexpr std::size_t kLongestName = 8;
 constexpr int kUnknownIonosphere = -1;
+constexpr int kNovatelPorts = 3;
 
 bool hasModem(GPSOEMTYPE type) { return type == OEM_NOVATEL_18 || type == OEM_NOVATEL_19; }
 
@@ -61,13 +62,17 @@ Identifier javadIdentifier(int format) {
     return format <= 11 ? Identifier::kCmr : Identifier::kNone;
 }
 
+bool isPlain(const std::string& text) {
+    return std::ranges::all_of(text, [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 std::string problemWithIdentifier(Identifier kind, const std::wstring& identifier) {
     const std::string text = toUtf8(identifier);
     if (kind == Identifier::kNone) return {};
     if (kind == Identifier::kRtca)
-        return text.size() <= kRtcaLength
+        return text.size() <= kRtcaLength && isPlain(text)
                    ? ""
-                   : "an RTCA station identifier has at most 4 characters: " + quotedText(text);
+                   : "an RTCA station identifier has at most 4 ASCII characters: " + quotedText(text);
     const auto* row = std::ranges::find(kIdentifiers, kind, &IdentifierRow::kind);
     const bool isNumber =
         !text.empty() && text.size() <= 6 && text.find_first_not_of("0123456789") == std::string::npos;
@@ -78,8 +83,7 @@ std::string problemWithIdentifier(Identifier kind, const std::wstring& identifie
 
 std::string problemWithName(const std::string& name) {
     if (name.size() > kLongestName) return "a station name has at most 8 characters: " + quotedText(name);
-    const bool isPlain = std::ranges::all_of(name, [](char c) { return c >= ' ' && c <= '~'; });
-    return isPlain ? std::string() : "a station name has ASCII characters only: " + quotedText(name);
+    return isPlain(name) ? std::string() : "a station name has ASCII characters only: " + quotedText(name);
 }
 
 std::string problemWithBase(const CommandTarget& target, const BaseSetup& setup) {
@@ -89,6 +93,8 @@ std::string problemWithBase(const CommandTarget& target, const BaseSetup& setup)
     if (std::string problem = problemWithName(setup.name); !problem.empty()) return problem;
     switch (target.dialect) {
     case Dialect::kNovatel:
+        if (target.type == OEM_NOVATEL && baseOf(setup).uVarekPort >= kNovatelPorts)
+            return "NovAtel boards have com1 to com3, uVarekPort 0 to 2";
         if (baseNeedsCommandSet(target, setup) && setup.commandSet != 1 && setup.commandSet != 2)
             return "RTCM 3 needs to know the board's command set, 1 or 2";
         return problemWithIdentifier(novatelIdentifier(target, baseOf(setup).uVarekFormat),

@@ -1,11 +1,13 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "apps/vkcomm/command_run.h"
 #include "apps/vkcomm/commands.h"
 #include "apps/vkcomm/list_verbs.h"
 #include "apps/vkcomm/output.h"
 #include "apps/vkcomm/station_options.h"
 #include "host/base_mark.h"
+#include "host/settings_override.h"
 #include "host/station_setup.h"
 #include "vkcomm/util/unicode_text.h"
 
@@ -31,11 +33,17 @@ struct Options {
 constexpr const char* kFooter =
     R"(The position is that of the mark. The height of the antenna's phase centre above it is added once, and both heights
 are shown. The antenna is that of the settings, or one of a list with the height measured to one of its points. The
-settings are those of vkcomm settings new base (base-javad for Javad receivers).
+settings are those of vkcomm settings new base (base-javad for Javad receivers). --family is needed here.
+Receivers are given heights above the ellipsoid. NovAtel boards read the height of FIX POSITION as above mean sea level
+unless their undulation is set to 0.
   vkcomm base sim:oem4 --family novatel --position 51.1234,7.1234,123.456 --antenna-height 1.6
   vkcomm base --dry-run --family trimble --position 51.1,7.1,123.4 --name HILL --set uTrimbleFormat=4
   vkcomm base sim:javad --family javad --position -33.8,151.2,50 --antenna "Zephyr 2" --antenna-list antennas.txt \
     --antenna-height 1.55 --measured-to bottom --transcript proof.txt)";
+
+constexpr const char* kNovatelHeight =
+    "NovAtel boards read the height of FIX POSITION as above mean sea level unless their undulation is 0: "
+    "check the position that the board then tells";
 
 constexpr const char* kPoints[] = {"bottom", "top", "middle", "phase-centre"};
 constexpr int kPhaseCentre = 3;
@@ -65,8 +73,7 @@ int pointOf(const AntennaChoice& choice, const CAntType& antenna) {
 }
 
 // False after complaining.
-bool applyAntenna(const AntennaChoice& choice, CAntType& antenna) {
-    if (!choice.list.empty() && !takeFromList(choice, antenna)) return false;
+bool applyHeight(const AntennaChoice& choice, CAntType& antenna) {
     if (choice.height.empty()) return true;
     constexpr double kHighest = 100.0;
     const auto height = parseMetres(choice.height);
@@ -74,7 +81,14 @@ bool applyAntenna(const AntennaChoice& choice, CAntType& antenna) {
         complain("an antenna height is 0 to 100 metres with a decimal point, not " + choice.height);
         return false;
     }
-    antenna.vSetAntHeight(*height, pointOf(choice, antenna));
+    const int point = pointOf(choice, antenna);
+    const bool hasOffsets = !choice.list.empty() || antenna.fOffset != decltype(antenna.fOffset){};
+    if (point != kPhaseCentre && !hasOffsets) {
+        complain("the antenna's offset at its " + choice.measuredTo +
+                 " is not known: give --antenna of a list");
+        return false;
+    }
+    antenna.vSetAntHeight(*height, point);
     return true;
 }
 
@@ -97,7 +111,10 @@ int setUpBase(const Options& options) {
     if (!settings) return status;
     BaseSetup setup{settings->records.GetAt(0), {}, options.name, options.station.commandSet};
     CAntType& antenna = antennaOfBase(*target, *setup.record);
-    if (!applyAntenna(options.antenna, antenna)) return kWrongUsage;
+    if (!options.antenna.list.empty() && !takeFromList(options.antenna, antenna)) return kWrongUsage;
+    if (error = problemWithSettings(*findSettingsKind(kind), settings->records); !error.empty())
+        return wrongUsage(error);
+    if (!applyHeight(options.antenna, antenna)) return kWrongUsage;
     setup.phaseCentre = phaseCentre(*mark, antenna);
 
     CommandJob job;
@@ -106,7 +123,8 @@ int setUpBase(const Options& options) {
     };
     job.needsCommandSet = [&](const CommandTarget& receiver) { return baseNeedsCommandSet(receiver, setup); };
     job.commandSet = &setup.commandSet;
-    job.preface = markLines(*mark, antenna);
+    job.preface = markLines(*mark, antenna, !options.antenna.height.empty());
+    if (target->dialect == Dialect::kNovatel) complain(kNovatelHeight);
     job.jsonPreface = markJson(*mark, antenna);
     return runCommands(options.command, job);
 }
@@ -123,13 +141,16 @@ void addBase(CLI::App& app, Run& run) {
                      "The mark: latitude,longitude,height in degrees and metres above the ellipsoid")
         ->required();
     verb->add_option("--name", options->name, "Trimble: name of the station, at most 8 characters");
-    auto* height = verb->add_option("--antenna-height", options->antenna.height, "Metres above the mark");
+    auto* height = verb->add_option("--antenna-height", options->antenna.height,
+                                    "Metres from the mark to the point of --measured-to");
     auto* list =
         verb->add_option("--antenna-list", options->antenna.list, "List file of antennas")->needs(height);
     auto* antenna = verb->add_option("--antenna", options->antenna.name, "Antenna of the list")->needs(list);
     list->needs(antenna);
     verb->add_option("--measured-to", options->antenna.measuredTo,
-                     "Point the height is measured to: bottom, top, middle or phase-centre")
+                     "Point the height is measured to: bottom, top, middle or phase-centre; when not given, "
+                     "the bottom of "
+                     "an antenna of a list, else the settings' point, else the phase centre")
         ->check(CLI::IsMember(std::vector<std::string>(std::begin(kPoints), std::end(kPoints))))
         ->needs(height);
     verb->callback([options, &run] { run = [options] { return setUpBase(*options); }; });

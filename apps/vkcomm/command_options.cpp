@@ -21,7 +21,7 @@ int dryRun(const CommandPlan& plan, const CommandJob& job, ShownCommands& shown)
     complain(
         std::string("dry run: nothing was sent") +
         (resetsReceiver(plan) ? "; sending it will need --yes, as the receiver loses its settings" : ""));
-    return kDone;
+    return shown.isWhole() ? kDone : kFailed;
 }
 
 // Empty when there is a port to open, or none is needed.
@@ -40,8 +40,10 @@ void addCommandOptions(CLI::App& verb, CommandChoice& choice) {
     verb.add_option("URL", choice.url, "The receiver: " + std::string(portUrlHelp()));
     verb.add_option("--family", choice.family, "Receiver family: " + commandTargetHelp());
     verb.add_option("--type", choice.type, "Type of the receiver's board; the usual one when not given");
-    verb.add_option("--line-port", choice.linePort,
-                    "Port of the receiver that this line ends at: when its rate is changed the line follows");
+    verb.add_option(
+        "--line-port", choice.linePort,
+        "Port of the receiver that this line ends at: when base, rover or configure baud change its rate "
+        "the line follows; NovAtel boards name it themselves");
     auto* dry = verb.add_flag("--dry-run", choice.dryRun, "Show what would be sent, without a port");
     verb.add_flag("--yes", choice.yes, "Also what costs the receiver its settings");
     verb.add_flag("--json", choice.json, "One JSON object for each command");

@@ -31,21 +31,22 @@ public:
         std::string error;
         const auto linePort = linePortOf(m_choice, *target, error);
         if (!linePort) return wrongUsage(error);
-        m_opened->port().vSetLinePort(*linePort);
-        CommandRunner runner(*m_opened, *m_log, *target, {parseDuration(m_choice.wait).value_or(2s)},
-                             steps());
+        if (const std::string problem = problemBefore(*target); !problem.empty()) return wrongUsage(problem);
+        RunnerOptions options{parseDuration(m_choice.wait).value_or(2s)};
+        options.linePort = *linePort;
+        CommandRunner runner(*m_opened, *m_log, *target, options, steps());
         if (!runner.awaitRate(error)) return failed(error);
-        if (!learnCommandSet(runner, *target)) return kFailed;
+        if (!beginTranscript() || !learnCommandSet(runner, *target)) return kFailed;
         const auto given = m_job.build(*target, error);
         if (!given) return wrongUsage(error);
         const CommandPlan plan = planOf(*target, *given);
-        if (resetsReceiver(plan) && !m_choice.yes) return wrongUsage(kNeedsYes);
         m_shown.preface(m_job);
         const bool isGood = runner.run(plan);
         complain(summaryOf(runner.results()));
         note(summaryOf(runner.results()));
         if (m_opened.simulator) tellState(m_opened.simulator->commands().state);
-        return isGood && isTranscriptWhole() ? kDone : kFailed;
+        const bool isKept = isTranscriptWhole();
+        return m_shown.isWhole() && isKept && isGood ? kDone : kFailed;
     }
 
 private:
@@ -60,21 +61,42 @@ private:
                      : "the simulated receiver is now set to\n" + state.substr(0, state.rfind('\n')));
     }
 
-    // The transcript only now: a port that cannot be opened must not cost an older one.
+    // What is wrong whatever the command set of the board is, before anything is sent.
+    std::string problemBefore(const CommandTarget& target) {
+        const bool isUnknown = needsCommandSet(target);
+        if (isUnknown) *m_job.commandSet = 1;
+        std::string error;
+        const auto given = m_job.build(target, error);
+        if (isUnknown) *m_job.commandSet = 0;
+        if (!given) return error;
+        return resetsReceiver(planOf(target, *given)) && !m_choice.yes ? kNeedsYes : std::string();
+    }
+
+    bool needsCommandSet(const CommandTarget& target) const {
+        return m_job.needsCommandSet && m_job.needsCommandSet(target) && *m_job.commandSet == 0;
+    }
+
     bool open() {
         SessionChoice session;
         session.url = m_choice.url;
         session.noReopen = true;
-        const auto began = std::chrono::system_clock::now();
+        m_began = std::chrono::system_clock::now();
         m_opened = openSession(session, &m_devices);
-        if (!m_opened) return false;
+        return static_cast<bool>(m_opened);
+    }
+
+    // Only now: a run that cannot begin must not cost an older transcript.
+    bool beginTranscript() {
         SystemError error;
         if (m_choice.transcript.empty()) return true;
         if (!m_transcript.begin(m_choice.transcript, error)) {
             complain(error.message());
             return false;
         }
-        m_transcript.note("opening " + m_choice.url, began);
+        m_transcript.note("opening " + m_choice.url, m_began);
+        for (const LineChunk& chunk : m_early)
+            m_transcript.add(chunk);
+        m_early.clear();
         return true;
     }
 
@@ -83,10 +105,15 @@ private:
         const SessionSteps quiet{[](const RoutedRecord&) {}, [](const SessionEvent& e) { complain(e.text); }};
         while (!m_opened->stream().isRecognised() && systemClock().now() < end && !stopRequested())
             if (!m_opened->pump(50ms, quiet)) break;
-        std::string error = "it sends nothing by which its family could be recognised";
+        std::string error = stopRequested() ? "stopped before the receiver's family was recognised"
+                                            : "it sends nothing by which its family could be recognised";
         const ReceiverFamily* family =
             m_opened->stream().isRecognised() ? m_opened->stream().family() : nullptr;
-        const auto target = family ? commandTarget(family->name, {}, error) : std::nullopt;
+        auto target = family ? commandTarget(family->name, {}, error) : std::nullopt;
+        if (target && target->dialect == Dialect::kNmea) {
+            error = "it sends NMEA, which receivers of many families do";
+            target.reset();
+        }
         if (!target) complain(m_choice.url + ": " + error + "; give --family");
         return target;
     }
@@ -102,7 +129,10 @@ private:
                 m_shown.ends(command, &result);
             },
             [this](const LineChunk& chunk) {
-                if (m_transcript.isOpen()) m_transcript.add(chunk);
+                if (m_transcript.isOpen())
+                    m_transcript.add(chunk);
+                else if (!m_choice.transcript.empty())
+                    m_early.push_back(chunk);
             },
             [] { return stopRequested().load(); },
         };
@@ -110,7 +140,7 @@ private:
 
     // Asks the board for its version when what it is to be told depends on that.
     bool learnCommandSet(CommandRunner& runner, const CommandTarget& target) {
-        if (!m_job.needsCommandSet || !m_job.needsCommandSet(target) || *m_job.commandSet != 0) return true;
+        if (!needsCommandSet(target)) return true;
         std::string error;
         const auto question = questionSteps(target, "version", error);
         const bool isAnswered = question && runner.run(planOf(target, *question));
@@ -135,6 +165,8 @@ private:
     const std::shared_ptr<LineLog> m_log;
     LoggedDevices m_devices;
     Transcript m_transcript;
+    std::vector<LineChunk> m_early;  // what came before the transcript began
+    std::chrono::system_clock::time_point m_began;
     OpenedSession m_opened;
 };
 
@@ -158,7 +190,12 @@ void ShownCommands::ends(const Command& command, const CommandResult* result) {
 
 void ShownCommands::put(const std::string& text) {
     m_output.buffer() += text;
-    m_output.flush();
+    m_isWhole = m_output.flush() && m_isWhole;
+}
+
+bool ShownCommands::isWhole() const {
+    if (!m_isWhole) complain(outputFailure());
+    return m_isWhole;
 }
 
 int wrongUsage(const std::string& why) {

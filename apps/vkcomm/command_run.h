@@ -20,11 +20,15 @@ public:
     // Of a command that did not begin both; null in a dry run.
     void ends(const Command& command, const CommandResult* result);
 
+    // False after complaining when standard output did not take everything.
+    bool isWhole() const;
+
 private:
     void put(const std::string& text);
 
     const bool m_json;
     bool m_hasBegun = false;
+    bool m_isWhole = true;
     CommandReport m_report;
     Output m_output;
 };

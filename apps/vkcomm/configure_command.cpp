@@ -84,7 +84,7 @@ void addConfigure(CLI::App& app, Run& run) {
     actions.add("baud", "Rate of a port").withPort().with("--rate", choice.baud, "300 to 115200 bit/s");
     actions.add("mask", "Elevation mask, and PDOP mask where there is one")
         .with("--elevation", choice.elevation, "Degrees")
-        .with("--pdop", choice.pdop, "0 to 255");
+        .with("--pdop", choice.pdop, "0 to 255; 6 when not given");
     actions.add("unlog", "All output of a port off").withPort();
     actions.add("raw", "Trimble: raw data on a port")
         .withPort()
