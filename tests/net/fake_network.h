@@ -71,11 +71,14 @@ public:
     int receive(std::span<unsigned char> buffer, SocketAddress* sender) override {
         const std::lock_guard guard(m_wire.lock);
         if (m_wire.arrivals.empty()) return 0;
-        const Arrival arrival = m_wire.arrivals.front();
-        m_wire.arrivals.pop_front();
         if (sender) *sender = {0x0A000001, 9};
-        std::copy_n(arrival.bytes.begin(), std::min(buffer.size(), arrival.bytes.size()), buffer.begin());
-        return arrival.bytes.empty() ? arrival.count : static_cast<int>(arrival.bytes.size());
+        std::string& bytes = m_wire.arrivals.front().bytes;
+        const std::size_t count = std::min(buffer.size(), bytes.size());
+        const int answer = bytes.empty() ? m_wire.arrivals.front().count : static_cast<int>(count);
+        std::copy_n(bytes.begin(), count, buffer.begin());
+        bytes.erase(0, count);
+        if (bytes.empty()) m_wire.arrivals.pop_front();
+        return answer;
     }
 
     int send(ByteSpan bytes) override {
