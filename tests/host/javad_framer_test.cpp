@@ -16,10 +16,11 @@ const std::string kReply = "RE00Ahello, you";
 std::vector<std::string> framed(JavadFramer& framer, std::string_view stream, std::size_t piece) {
     std::vector<std::string> messages;
     const auto take = [&](const JavadMessage& message) {
-        EXPECT_EQ(message.id, stream.substr(message.offset, 2));
+        const auto offset = static_cast<std::size_t>(message.offset);
+        EXPECT_EQ(message.id, stream.substr(offset, 2));
         EXPECT_EQ(message.body.size() + 5, message.bytes.size());
         messages.emplace_back(textOf(message.bytes));
-        EXPECT_EQ(messages.back(), stream.substr(message.offset, message.bytes.size()));
+        EXPECT_EQ(messages.back(), stream.substr(offset, message.bytes.size()));
     };
     for (std::string_view rest = stream; !rest.empty(); rest.remove_prefix(std::min(piece, rest.size()))) {
         framer.feed(spanOf(rest.substr(0, piece)));

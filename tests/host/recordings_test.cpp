@@ -148,7 +148,8 @@ void expectTrueToTheFile(const std::string& bytes, const DecodedRecording& decod
     for (const Record& record : decoded.records) {
         consumed += static_cast<std::uint64_t>(record.consumed);
         if (messageOf(record).first.empty()) continue;
-        std::string piece = bytes.substr(record.offset, static_cast<std::size_t>(record.consumed));
+        std::string piece =
+            bytes.substr(static_cast<std::size_t>(record.offset), static_cast<std::size_t>(record.consumed));
         if (piece.size() + 1 == record.bytes.size() && piece.ends_with('\r')) piece += '\n';
         EXPECT_EQ(piece, record.bytes) << "at " << record.offset;
     }
@@ -193,7 +194,9 @@ TEST_F(Recordings, WhatIsSwallowedStandsBehindASwallowingLead) {
                        record.offset < other.offset + static_cast<std::uint64_t>(other.consumed);
             });
             ASSERT_NE(over, all.end()) << "nothing took the record at " << record.offset;
-            EXPECT_NE(kSwallowingLeads.find(bytes[over->offset]), std::string_view::npos) << over->offset;
+            EXPECT_NE(kSwallowingLeads.find(bytes[static_cast<std::size_t>(over->offset)]),
+                      std::string_view::npos)
+                << over->offset;
         }
     }
 }
