@@ -36,6 +36,10 @@ install(FILES ${PROJECT_BINARY_DIR}/vkcommConfig.cmake ${PROJECT_BINARY_DIR}/vkc
 
 file(RELATIVE_PATH vkcomm_pc_to_prefix /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" vkcomm_pc_to_prefix ${vkcomm_pc_to_prefix})
+set(vkcomm_pc_libs -pthread)
+if(WIN32)
+  string(APPEND vkcomm_pc_libs " -lws2_32 -lshell32")
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/vkcomm.pc.in ${PROJECT_BINARY_DIR}/vkcomm.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/vkcomm.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 

@@ -45,7 +45,7 @@ void readAnswers(const CommandTarget& target, std::optional<MessageKind> wanted,
     while (const auto answer = reader.next()) {
         require(wanted || answer->kind != AnswerKind::kRecord);
         require(answer->kind != AnswerKind::kRecord || nlohmann::json::accept(answer->json));
-        requirePlain(answer->text);
+        require(std::ranges::all_of(answer->text, [](char c) { return c >= ' ' && c <= '~'; }));
     }
 }
 

@@ -2,10 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
+#include "host/byte_text.h"
 #include "host/family_rows.h"
 #include "host/receiver_family.h"
 #include "host/record_lines.h"
+#include "vkcomm/frames/frame_bytes.h"
 
 namespace vkcomm {
 
@@ -98,10 +101,13 @@ std::string verdictText(const RoutedRecord& routed) {
     return isText ? plain(lineOf(routed.record.bytes)) : valuesText(routed);
 }
 
-std::optional<unsigned char> aboutOf(const CommandTarget& target, const RecordView& record) {
-    constexpr std::size_t kAboutAt = 4;
-    if (target.dialect != Dialect::kCmc || record.type != LOG_CMC_BINARY) return std::nullopt;
-    return record.bytes.size() > kAboutAt ? std::optional(record.bytes[kAboutAt]) : std::nullopt;
+std::string aboutOf(const CommandTarget& target, const RecordView& record) {
+    constexpr std::size_t kNumberAt = 4, kJavadTextAt = 5;
+    const std::string_view text = textOf(record.bytes);
+    if (target.dialect == Dialect::kCmc && record.type == LOG_CMC_BINARY)
+        return std::string(text.substr(std::min(kNumberAt, text.size()), 1));
+    if (target.dialect != Dialect::kJavad) return {};
+    return std::string(javadLabel(text.substr(std::min(kJavadTextAt, text.size()))));
 }
 
 // "[COM1]" and "Com1>" are the port's own name; 0 for others.
@@ -128,6 +134,11 @@ void AnswerReader::want(std::optional<MessageKind> kind) {
 }
 
 void AnswerReader::feed(ByteSpan bytes) {
+    if (m_target.dialect == Dialect::kTsip) {
+        for (const unsigned char byte : bytes)
+            takeTsipByte(byte);
+        return;
+    }
     while (!bytes.empty()) {
         const ByteSpan piece = bytes.first(std::min<std::size_t>(bytes.size(), kLargestChunk));
         bytes = bytes.subspan(piece.size());
@@ -223,6 +234,31 @@ void AnswerReader::takeCsiByte(char character) {
     const std::size_t compared = std::min(m_line.size(), kCsiStart.size());
     const bool isAnswer = m_line.compare(0, compared, kCsiStart.substr(0, compared)) == 0;
     if (!isAnswer || m_line.size() > kLongestCsiLine) m_line.assign(character == '$' ? 1 : 0, '$');
+}
+
+// Whose packets the decoder does not put together: DLE, type, data with every DLE doubled, DLE, ETX.
+void AnswerReader::takeTsipByte(unsigned char byte) {
+    constexpr unsigned char kDle = 0x10, kEtx = 0x03;
+    constexpr std::size_t kLongest = 512;
+    const bool isEscaped = std::exchange(m_isEscape, false);
+    if (byte == kDle && !isEscaped) {
+        m_isEscape = true;
+    } else if (isEscaped && byte == kEtx) {
+        addTsipPacket(std::exchange(m_line, {}));
+    } else if (isEscaped && byte != kDle) {
+        m_line.assign(1, static_cast<char>(byte));
+    } else if (!m_line.empty() && m_line.size() < kLongest) {
+        m_line += static_cast<char>(byte);
+    }
+}
+
+void AnswerReader::addTsipPacket(std::string_view packet) {
+    if (packet.empty()) return;
+    const ByteSpan bytes = spanOf(packet);
+    std::string text = "packet ";
+    appendUpperHex(text, bytes.first(1));
+    FieldWriter(text += 'h', LineFormat::kText).bytes("data", bytes.subspan(1));
+    m_answers.push_back({AnswerKind::kAccepted, std::move(text), {}, {}, std::string(packet.substr(0, 1))});
 }
 
 std::optional<Answer> AnswerReader::next() {

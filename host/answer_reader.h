@@ -29,7 +29,9 @@ struct Answer {
     std::string text;          // for people, without a line end
     std::string json = {};     // of kRecord: the line that decode --json would print, without its end
     std::string letters = {};  // of the maker's own frames
-    std::optional<unsigned char> about = {};  // CMC: number of the message that it answers
+    // Which command it answers, where it tells: the number of a CMC message, the %id% of a Javad line, of TSIP its own
+    // type; a character for a number.
+    std::string about = {};
 };
 
 // Not locked: one thread at a time.
@@ -58,6 +60,8 @@ private:
     void takeLoose(ByteSpan bytes);
     void takeLooseUpTo(std::uint64_t offset);
     void takeCsiByte(char character);
+    void takeTsipByte(unsigned char byte);
+    void addTsipPacket(std::string_view packet);
     bool isWanted(const RecordView& record) const;
     void addRecord(const RoutedRecord& routed);
 
@@ -70,7 +74,8 @@ private:
     std::vector<unsigned char> m_recent;  // from m_taken on
     std::uint64_t m_fed = 0;
     std::uint64_t m_taken = 0;  // bytes that are in records or looked at
-    std::string m_line;         // of a text answer that has begun outside records
+    std::string m_line;         // of an answer that has begun outside records
+    bool m_isEscape = false;    // TSIP: behind a DLE that may be doubled
     std::deque<Answer> m_answers;
     int m_promptPort = 0;
     std::unique_ptr<AnswerReader> m_inside;  // reads what the maker's frames carry

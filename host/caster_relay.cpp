@@ -45,7 +45,10 @@ bool CasterRelay::start() {
 void CasterRelay::stop() {
     m_isEnding = true;
     m_client.wake();
-    if (m_thread.joinable()) m_thread.join();
+    if (!m_thread.joinable()) return;
+    m_thread.join();
+    m_relay.dropAll();
+    publish();
 }
 
 void CasterRelay::run() {
@@ -64,8 +67,6 @@ void CasterRelay::run() {
         if (m_isOver && !m_relay.isWaiting()) return;
     }
     m_client.stop(steps);
-    m_relay.dropAll();
-    publish();
 }
 
 void CasterRelay::publish() {

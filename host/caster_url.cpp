@@ -5,6 +5,7 @@
 #include "host/byte_text.h"
 #include "host/port_url.h"
 #include "vkcomm/net/base64.h"
+#include "vkcomm/util/hex_digit.h"
 
 namespace vkcomm {
 
@@ -19,8 +20,6 @@ constexpr std::string_view kHexDigits = "0123456789abcdef";
 
 constexpr char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
 
-std::size_t hexValue(char c) { return kHexDigits.find(lowered(c)); }
-
 // Nothing for a '%' without two digits, and for control characters: these would end a line of the request.
 std::optional<std::string> decoded(std::string_view text) {
     std::string out;
@@ -28,9 +27,9 @@ std::optional<std::string> decoded(std::string_view text) {
         char c = text[i];
         if (c == '%') {
             if (text.size() - i < 3) return std::nullopt;
-            const std::size_t high = hexValue(text[i + 1]);
-            const std::size_t low = hexValue(text[i + 2]);
-            if (high == kHexDigits.npos || low == kHexDigits.npos) return std::nullopt;
+            const int high = hexDigit(text[i + 1]);
+            const int low = hexDigit(text[i + 2]);
+            if (high < 0 || low < 0) return std::nullopt;
             c = static_cast<char>(high * 16 + low);
             i += 2;
         }
@@ -105,6 +104,10 @@ std::optional<CasterUrl> parseCasterUrl(std::string_view text, std::string& erro
         error = "in the address of a caster / is written as %2F in a password, @ as %40 in a mount point";
         return std::nullopt;
     }
+    if (place.substr(place.rfind('@') + 1).starts_with('[')) {
+        error = "a caster is reached by IPv4 only: give its name or its IPv4 address";
+        return std::nullopt;
+    }
     const auto mount = decoded(text.substr(std::min(slash + 1, text.size())));
     // A password may hold any '@' but the last.
     if (const std::size_t at = place.rfind('@'); at != place.npos) {
@@ -117,11 +120,11 @@ std::optional<CasterUrl> parseCasterUrl(std::string_view text, std::string& erro
         url.password = *password;
         place.remove_prefix(at + 1);
     }
-    if (const std::size_t colon = place.rfind(':'); colon != place.npos) {
-        const auto port = wholeNumber(place.substr(colon + 1), 1, 65535);
-        if (!port) return std::nullopt;
-        url.port = static_cast<unsigned int>(*port);
-        place = place.substr(0, colon);
+    if (place.find(':') != place.npos) {
+        const auto given = hostAndPort(place);
+        if (!given) return std::nullopt;
+        place = given->host;
+        url.port = given->port;
     }
     const bool isOneWord = place.find_first_of(" \t\r\n") == place.npos;
     if (!mount || place.empty() || !isOneWord || mount->find(' ') != mount->npos) return std::nullopt;

@@ -4,6 +4,7 @@
 #include <array>
 #include <string_view>
 
+#include "host/receiver_configuration.h"
 #include "host/record_router.h"
 #include "vkcomm/frames/trimble_commands.h"
 
@@ -19,7 +20,7 @@ bool isMakerFrame(ByteSpan bytes) { return textOf(bytes).starts_with(kMakerLead)
 // The words of a line, in lower case, without the frame's "RZ,S" and Javad's "%id%" in front.
 std::vector<std::string> wordsOf(std::string_view what) {
     if (what.starts_with("RZ,S")) what.remove_prefix(4);
-    if (what.starts_with('%')) what.remove_prefix(std::min(what.find('%', 1), what.size() - 1) + 1);
+    what.remove_prefix(javadLabel(what).size());
     std::vector<std::string> words(1);
     for (const char c : what) {
         if (c == ' ' || c == ',') {
@@ -134,7 +135,7 @@ bool isReset(const CommandTarget& target, const CommandSteps& steps) {
            resetsBoard(target, unwrapped(all));
 }
 
-// Questions of the Trimble protocol and the packets that answer them.
+// Questions in packets of Trimble's and the packets that answer them.
 struct TrimbleReply {
     unsigned char question;
     unsigned char answer;
@@ -190,6 +191,21 @@ std::optional<MessageKind> recordAsked(const CommandTarget& target, const Comman
     }
 }
 
+// The packets that answer questions in TSIP.
+constexpr TrimbleReply kTsipReplies[] = {{0x1F, 0x45}, {0x21, 0x41}, {0x24, 0x6D},
+                                         {0x26, 0x46}, {0x27, 0x47}, {0x35, 0x55}};
+
+std::string labelOf(const CommandTarget& target, const Command& command) {
+    constexpr unsigned char kCmcNumber = 0x7F;
+    const Bytes bytes = command.boardBytes();
+    const unsigned char second = bytes.size() < 2 ? 0 : bytes[1];
+    if (target.dialect == Dialect::kJavad) return std::string(javadLabel(textOf(bytes)));
+    if (target.dialect == Dialect::kCmc) return std::string(1, static_cast<char>(second & kCmcNumber));
+    if (target.dialect != Dialect::kTsip) return {};
+    const auto* row = std::ranges::find(kTsipReplies, second, &TrimbleReply::question);
+    return row == std::end(kTsipReplies) ? std::string() : std::string(1, static_cast<char>(row->answer));
+}
+
 bool mayStaySilent(const CommandTarget& target, const Command& command) {
     switch (target.dialect) {
     case Dialect::kMaker:
@@ -201,7 +217,8 @@ bool mayStaySilent(const CommandTarget& target, const Command& command) {
 }
 
 Expectation expectationOf(const CommandTarget& target, const Command& command) {
-    if (target.dialect == Dialect::kTsip) return Expectation::kNothing;
+    if (target.dialect == Dialect::kTsip)
+        return command.label.empty() ? Expectation::kNothing : Expectation::kPerhaps;
     if (mayStaySilent(target, command)) return Expectation::kPerhaps;
     return command.record ? Expectation::kRecord : Expectation::kVerdict;
 }
@@ -209,8 +226,10 @@ Expectation expectationOf(const CommandTarget& target, const Command& command) {
 Command commandOf(const CommandTarget& target, CommandSteps steps) {
     Command command{steps.front().what, std::move(steps)};
     command.record = recordAsked(target, command);
+    command.label = labelOf(target, command);
     command.expects = expectationOf(target, command);
     command.moreAnswers = command.letters() == "SI" || wordsOf(command.what).front() == "$jshow";
+    if (const auto rate = command.newRate()) command.portName = portName(target, rate->port);
     command.resets = isReset(target, command.steps);
     return command;
 }
@@ -238,18 +257,13 @@ std::string Command::letters() const {
     return isMakerFrame(frame) ? std::string(textOf(frame).substr(2, 2)) : std::string();
 }
 
-std::optional<unsigned char> Command::messageNumber() const {
-    constexpr unsigned char kNumber = 0x7F;
-    const Bytes bytes = boardBytes();
-    if (bytes.size() < 2) return std::nullopt;
-    return static_cast<unsigned char>(bytes[1] & kNumber);
-}
-
 std::optional<PortRate> Command::newRate() const {
     for (const CommandStep& step : steps)
         if (step.newRate) return step.newRate;
     return std::nullopt;
 }
+
+std::string Command::portText() const { return portName.empty() ? "this port" : "port " + portName; }
 
 CommandPlan planOf(const CommandTarget& target, CommandSteps steps) {
     CommandPlan plan;

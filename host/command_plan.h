@@ -25,14 +25,16 @@ struct Command {
     CommandSteps steps;  // more than one: a packet in several frames
     Expectation expects = Expectation::kVerdict;
     std::optional<MessageKind> record = {};  // of kRecord
-    bool moreAnswers = false;                // several lines, all of them answers
-    bool resets = false;                     // the receiver goes back to its factory defaults
+    std::string label = {};                  // by which answers name it, see Answer::about; empty: by none
+    std::string portName = {};  // of newRate, as the receiver names it; empty: the one it comes by
+    bool moreAnswers = false;   // several lines, all of them answers
+    bool resets = false;        // the receiver goes back to its factory defaults
 
-    std::size_t size() const;                            // bytes as they leave the port
-    Bytes boardBytes() const;                            // without the maker's frames around them
-    std::string letters() const;                         // of the maker's frame; empty without one
-    std::optional<unsigned char> messageNumber() const;  // of a CMC message
+    std::size_t size() const;     // bytes as they leave the port
+    Bytes boardBytes() const;     // without the maker's frames around them
+    std::string letters() const;  // of the maker's frame; empty without one
     std::optional<PortRate> newRate() const;
+    std::string portText() const;  // of newRate: "port com2" or "this port"
 };
 
 using CommandPlan = std::vector<Command>;

@@ -48,6 +48,12 @@ std::string fieldLine(const FileField& field) {
 
 const std::vector<FileField>& fieldsOf(const Command& command) { return command.steps.front().fields; }
 
+std::string cutOffText(const Command& command, const CommandResult& result) {
+    if (result.bytesSent == command.size()) return ": all bytes had gone out, but not the answer come";
+    return ": " + std::to_string(result.bytesSent) + " of " + std::to_string(command.size()) +
+           " bytes had gone out";
+}
+
 std::string outcomeText(const Command& command, const CommandResult& result) {
     std::string text(outcomeName(result.outcome));
     if (result.outcome == CommandOutcome::kSent && command.expects == Expectation::kNothing)
@@ -55,9 +61,7 @@ std::string outcomeText(const Command& command, const CommandResult& result) {
     if (result.outcome == CommandOutcome::kSent && command.expects == Expectation::kPerhaps)
         text += " (no answer came, and none is needed)";
     if (result.lineRate != 0) text += "; this line is at " + std::to_string(result.lineRate) + " bit/s now";
-    if (result.outcome == CommandOutcome::kCutOff)
-        text += ": " + std::to_string(result.bytesSent) + " of " + std::to_string(command.size()) +
-                " bytes had gone out";
+    if (result.outcome == CommandOutcome::kCutOff) text += cutOffText(command, result);
     if (!result.problem.empty()) text += "; " + result.problem;
     return text;
 }
@@ -112,7 +116,7 @@ std::string CommandReport::begin(const Command& command) {
     lines += command.what;
     if (command.steps.front().wrapped) lines += "   [in the maker's frame]";
     if (const auto rate = command.newRate())
-        appendFormat(lines, "   [port %d goes to %d bit/s]", rate->port, rate->baud);
+        appendFormat(lines, "   [%s goes to %d bit/s]", command.portText().c_str(), rate->baud);
     lines += command.resets ? "   [the receiver loses its settings]\n" : "\n";
     for (const CommandStep& step : command.steps)
         forEachLine(step.bytes, kBytesALine, [&](ByteSpan bytes, bool isFirst) {

@@ -21,6 +21,8 @@ constexpr auto kLinePause = 400ms;
 // itself gives a write.
 constexpr auto kWriting = 10s;
 constexpr auto kWritingByte = 10ms;
+// Kept of one command while its record does not come.
+constexpr std::size_t kMostAnswers = 100;
 // Behind one answer of several.
 constexpr auto kMoreAnswers = 300ms;
 
@@ -59,7 +61,7 @@ bool CommandRunner::awaitRate(std::string& error) {
 
 bool CommandRunner::run(const CommandPlan& plan) {
     m_results.clear();
-    m_newRate.reset();
+    m_rateCommand = nullptr;
     bool isGoing = true, isGood = true;
     for (const Command& command : plan) {
         CommandResult result;
@@ -80,7 +82,7 @@ CommandResult CommandRunner::give(const Command& command) {
     CommandResult result;
     m_reader.forget();  // nothing that came before is an answer to this
     m_reader.want(command.record);
-    if (command.newRate()) m_newRate = command.newRate();
+    if (command.newRate()) m_rateCommand = &command;
     takeLinePort(command);
     const std::uint64_t before = m_log.sent();
     const bool isTaken = m_session.port().nSendSteps(command.steps) == static_cast<int>(command.steps.size());
@@ -104,10 +106,12 @@ bool CommandRunner::isSerial() const {
     return kind == UrlKind::kSerial || kind == UrlKind::kCom;
 }
 
-// Where it is not given: a board that answers names the port it answers on.
+// Where it is not given: a board that answers names the port it answers on, and some commands are about no other.
 void CommandRunner::takeLinePort(const Command& command) {
     m_linePort = m_options.linePort;
-    if (m_linePort == 0 && command.newRate() && isSerial()) m_linePort = m_reader.promptPort();
+    const auto rate = command.newRate();
+    if (m_linePort == 0 && rate && isSerial())
+        m_linePort = command.portName.empty() ? rate->port : m_reader.promptPort();
     m_session.port().vSetLinePort(m_linePort);
 }
 
@@ -143,7 +147,7 @@ bool CommandRunner::takeAnswers(const Command& command, CommandResult& result) {
         isDecided = isDecided || isRefused || isRecord || command.expects != Expectation::kRecord;
         if (isRefused || (isDecided && result.outcome == CommandOutcome::kSent))
             result.outcome = isRefused ? CommandOutcome::kRefused : CommandOutcome::kAnswered;
-        result.answers.push_back(std::move(*answer));
+        if (isDecided || result.answers.size() < kMostAnswers) result.answers.push_back(std::move(*answer));
         if (isDecided && !command.moreAnswers) break;
     }
     return isDecided;
@@ -154,7 +158,7 @@ bool CommandRunner::takeAnswers(const Command& command, CommandResult& result) {
 bool CommandRunner::isUnasked(const Command& command, const Answer& answer,
                               const CommandResult& result) const {
     if (answer.letters != (answer.letters.empty() ? "" : command.letters())) return true;
-    if (answer.about && *answer.about != command.messageNumber()) return true;
+    if (!answer.about.empty() && answer.about != command.label) return true;
     if (m_target.dialect == Dialect::kNovatel)
         return answer.kind == AnswerKind::kRecord && result.answers.empty();
     constexpr std::string_view kPage = "$>JSHOW";
@@ -197,10 +201,13 @@ std::string CommandRunner::whyNot(const CommandResult& result, const Command& co
     if (m_isLost) return m_whyLost;
     if (isCutOff()) return "stopped";
     if (result.bytesSent < command.size()) return "the port took no more";
-    if (result.outcome != CommandOutcome::kSilent || !m_newRate) return {};
-    const std::string rate = std::to_string(m_newRate->baud);
-    return "port " + std::to_string(m_newRate->port) + " of the receiver was set to " + rate +
-           " bit/s: a line that ends there needs --line-port, and ?baud=" + rate + " from now on";
+    if (result.outcome != CommandOutcome::kSilent || !m_rateCommand) return {};
+    const PortRate rate = *m_rateCommand->newRate();
+    const std::string baud = std::to_string(rate.baud);
+    const std::string set = m_rateCommand->portText() + " of the receiver was set to " + baud + " bit/s";
+    return rate.port == m_linePort
+               ? set + ", and this line with it"
+               : set + ": a line that ends there needs --line-port, and ?baud=" + baud + " from now on";
 }
 
 }  // namespace vkcomm

@@ -90,7 +90,7 @@ private:
     AnswerReader m_reader;
     std::vector<CommandResult> m_results;
     std::chrono::milliseconds m_lastByte{};  // when something was last received
-    std::optional<PortRate> m_newRate;       // that a command of this run has set
+    const Command* m_rateCommand = nullptr;  // the last of this run that set the rate of a port
     int m_linePort = 0;
     bool m_isLost = false;
     std::string m_whyLost;

@@ -65,13 +65,20 @@ std::optional<CommandTarget> commandTarget(std::string_view family, std::optiona
                                  type                ? static_cast<GPSOEMTYPE>(*type)
                                  : row.types.empty() ? OEM_NONE
                                                      : row.types.front(),
-                                 row.family};
+                                 row.family, family.empty() || family == row.family ? row.family : row.alias};
     error =
         "no commands are known for " + (family.empty() ? "the receiver" : "family " + std::string(family));
     if (type) error += (family.empty() ? " of type " : " and type ") + std::to_string(*type);
     error += "; known are " + commandTargetHelp();
     return std::nullopt;
 }
+
+std::string_view javadLabel(std::string_view text) {
+    const std::size_t end = text.starts_with('%') ? text.find('%', 1) : text.npos;
+    return end == text.npos ? std::string_view() : text.substr(0, end + 1);
+}
+
+std::string receiversText(const CommandTarget& target) { return std::string(target.called) + " receivers"; }
 
 std::string commandTargetHelp() {
     std::string text;

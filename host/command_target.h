@@ -15,8 +15,9 @@ enum class Dialect : std::uint8_t { kNovatel, kTrimble, kJavad, kCmc, kThales, k
 
 struct CommandTarget {
     Dialect dialect;
-    GPSOEMTYPE type;          // OEM_NONE where the dialect has no types
-    std::string_view family;  // as receiverFamilies names it
+    GPSOEMTYPE type;                   // OEM_NONE where the dialect has no types
+    std::string_view family;           // as receiverFamilies names it
+    std::string_view called = family;  // the same as the user named it
 
     // Inside one of the maker's receivers: commands and answers travel in its frames.
     bool isInMakersReceiver() const;
@@ -26,6 +27,12 @@ struct CommandTarget {
 // no such target.
 std::optional<CommandTarget> commandTarget(std::string_view family, std::optional<int> type,
                                            std::string& error);
+
+// "novatel receivers"
+std::string receiversText(const CommandTarget& target);
+
+// "%id%" at the front of a line to a Javad receiver, or of what it says about that; empty when there is none.
+std::string_view javadLabel(std::string_view text);
 
 // The families with their types, for help texts.
 std::string commandTargetHelp();

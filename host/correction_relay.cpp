@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "host/byte_text.h"
 #include "vkcomm/control/trimble_port.h"
@@ -40,6 +41,29 @@ public:
     }
 
     bool send(ByteSpan block) override {
+        const bool isTaken = give(block);
+        if (isTaken) m_inQueue.push_back(block.size());
+        return isTaken;
+    }
+
+    // What the port discards is the end of its queue. The queue first: bytes are counted before they leave it.
+    LostBlocks takeLost() override {
+        const auto depth = static_cast<std::size_t>(m_port.nQueueDepth());
+        const std::uint64_t before = std::exchange(m_discarded, m_port.Counters().discarded);
+        LostBlocks lost;
+        for (std::uint64_t left = m_discarded - before; left > 0 && !m_inQueue.empty();
+             m_inQueue.pop_back()) {
+            ++lost.blocks;
+            lost.bytes += m_inQueue.back();
+            left -= std::min<std::uint64_t>(left, m_inQueue.back());
+        }
+        while (m_inQueue.size() > depth)
+            m_inQueue.pop_front();
+        return lost;
+    }
+
+private:
+    bool give(ByteSpan block) {
         const int length = static_cast<int>(block.size());
         switch (m_road) {
         case CorrectionRoad::kPlain:
@@ -50,10 +74,11 @@ public:
         return false;
     }
 
-private:
     CTrimblePort& m_port;
     const GPSOEMTYPE m_type;
     const CorrectionRoad m_road;
+    std::deque<std::size_t> m_inQueue;  // sizes of the blocks that may not be written yet, oldest first
+    std::uint64_t m_discarded = m_port.Counters().discarded;
 };
 
 }  // namespace
@@ -93,6 +118,7 @@ void CorrectionRelay::append(std::string_view bytes, Milliseconds now) {
 }
 
 bool CorrectionRelay::turn(Milliseconds now) {
+    countLost();
     while (!m_blocks.empty() && now - m_blocks.front().since > m_mostAge)
         dropOldest();
     const std::uint64_t before = m_counters.sentBlocks;
@@ -109,7 +135,16 @@ void CorrectionRelay::judgeRoad(Milliseconds now) {
     m_isBehind = m_fullSince && now - *m_fullSince >= m_mostAge;
 }
 
+void CorrectionRelay::countLost() {
+    const LostBlocks lost = m_sink.takeLost();
+    m_counters.lostBlocks += lost.blocks;
+    m_counters.lostBytes += lost.bytes;
+    m_counters.sentBlocks -= lost.blocks;
+    m_counters.sentBytes -= lost.bytes;
+}
+
 void CorrectionRelay::dropAll() {
+    countLost();
     while (!m_blocks.empty())
         dropOldest();
 }

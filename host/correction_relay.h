@@ -5,7 +5,8 @@
 // two roads carry 55 bytes every 50 ms and take a block only while the queue is empty.
 //
 // What comes is gathered into blocks that end where a message ends. A block that has waited too long is of no use to
-// the receiver any more: it is dropped, whole, the oldest first, and counted.
+// the receiver any more: it is dropped, whole, the oldest first, and counted. So is one that its road has taken and
+// lost.
 #pragma once
 
 #include <chrono>
@@ -31,6 +32,11 @@ std::string_view roadName(CorrectionRoad road);
 // Nothing: a receiver that is none of the maker's and no board of that list, connected directly.
 CorrectionRoad roadOf(std::optional<GPSOEMTYPE> type);
 
+struct LostBlocks {
+    std::uint64_t blocks = 0;
+    std::uint64_t bytes = 0;
+};
+
 // Where blocks go. Called by one thread.
 class CorrectionSink {
 public:
@@ -40,17 +46,23 @@ public:
     virtual bool isFree() = 0;
     // Takes a block of at most kLongestBlock bytes; false when it was not taken. Does not wait.
     virtual bool send(ByteSpan block) = 0;
+    // Of the blocks it has taken, those that are known since the last call not to have gone on their way whole.
+    virtual LostBlocks takeLost() = 0;
 };
 
 // The road to a receiver behind that port, which must outlive it. Nobody else may give the port commands that wait
 // while corrections travel by one of the slow roads: a block that meets a queue which is not empty is lost uncounted.
+// Lost is what the port discards; when that hits requests of others too, blocks beside them may count that went out.
 std::unique_ptr<CorrectionSink> makePortSink(CTrimblePort& port, std::optional<GPSOEMTYPE> type);
 
+// What was taken is sent, dropped, lost or waits still.
 struct RelayCounters {
-    std::uint64_t sentBlocks = 0;
+    std::uint64_t sentBlocks = 0;  // those that are lost afterwards leave these two again
     std::uint64_t sentBytes = 0;
     std::uint64_t droppedBlocks = 0;
     std::uint64_t droppedBytes = 0;
+    std::uint64_t lostBlocks = 0;
+    std::uint64_t lostBytes = 0;
 };
 
 // One thread at a time. Nothing here waits.
@@ -78,7 +90,7 @@ public:
     // Who brings corrections has no more of them for now.
     void drained() { m_isDrained = true; }
 
-    // Drops all that waits.
+    // Drops all that waits, at the end.
     void dropAll();
 
     bool isWaiting() const { return !m_blocks.empty(); }
@@ -93,6 +105,7 @@ private:
 
     void append(std::string_view bytes, Milliseconds now);
     void judgeRoad(Milliseconds now);
+    void countLost();
 
     void dropOldest() { removeOldest(m_counters.droppedBlocks, m_counters.droppedBytes); }
 

@@ -89,7 +89,10 @@ public:
 
     void connect(unsigned int attempt) { add({Job::kConnect, attempt, {}}); }
 
-    void disconnect(unsigned int attempt) { add({Job::kDisconnect, attempt, {}}); }
+    // Ends a send that waits for the peer at once: otherwise what comes next would have to wait for it.
+    void disconnect(unsigned int attempt) {
+        if (add({Job::kDisconnect, attempt, {}})) m_socket.Disconnect();
+    }
 
     void sendLater(unsigned int attempt, std::string bytes) { add({Job::kSend, attempt, std::move(bytes)}); }
 
@@ -105,24 +108,31 @@ private:
         std::string bytes;
     };
 
-    void add(Job job) {
+    // True when the thread sends meanwhile.
+    bool add(Job job) {
+        bool isSending = false;
         {
             const std::scoped_lock lock(m_lock);
             m_newest = job.attempt;
             m_jobs.push_back(std::move(job));
+            isSending = m_isSending;
         }
         m_hasJobs.notify_one();
+        return isSending;
     }
 
     // The next job that is not out of date; nothing when the client ends.
     std::optional<Job> next() {
         std::unique_lock lock(m_lock);
+        m_isSending = false;
         for (;;) {
             m_hasJobs.wait(lock, [this] { return m_isEnding || !m_jobs.empty(); });
             if (m_isEnding) return std::nullopt;
             Job job = std::move(m_jobs.front());
             m_jobs.pop_front();
-            if (job.kind == Job::kDisconnect || job.attempt == m_newest) return job;
+            if (job.kind != Job::kDisconnect && job.attempt != m_newest) continue;
+            m_isSending = job.kind == Job::kSend;
+            return job;
         }
     }
 
@@ -175,6 +185,7 @@ private:
     unsigned int m_newest = 0;  // number of the connection that is wanted
     bool m_isEnding = false;
     bool m_isLookingUp = false;
+    bool m_isSending = false;
 };
 
 NtripClient::NtripClient(const CasterUrl& caster, const NtripOptions& options, Clock& clock, Network* network)

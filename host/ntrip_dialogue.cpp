@@ -39,7 +39,7 @@ struct FailureRow {
 
 constexpr std::array<FailureRow, 15> kFailures = {{
     {"none", false, ""},
-    {"no-host", false, "the caster's name does not resolve"},
+    {"no-host", false, "the caster's name does not resolve to an IPv4 address"},
     {"no-connection", false, "no connection to the caster"},
     {"no-reply", false, "the caster does not answer the request"},
     {"closed-early", false, "the caster closed before it had answered"},

@@ -55,7 +55,7 @@ std::string_view stateName(NtripState state);
 
 enum class NtripFailure : std::uint8_t {
     kNone,
-    kNoHost,        // the name does not resolve
+    kNoHost,        // the name does not resolve to an IPv4 address
     kNoConnection,  // refused, unreachable or too slow
     kNoReply,       // connected, but no whole reply in time
     kClosedEarly,   // closed before the reply was whole

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "vkcomm/settings/bluetooth_list.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
@@ -27,33 +28,21 @@ bool readComNumber(std::string_view value, PortUrl& url) {
     return number.has_value();
 }
 
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
-}
-
 // Six pairs of hexadecimal digits with ':', '-' or '.' between them.
 bool readBluetoothAddress(std::string_view value, PortUrl& url) {
-    if (value.size() != 17) return false;
-    for (std::size_t i = 0; i < url.address.size(); ++i) {
-        const int high = hexDigit(value[3 * i]);
-        const int low = hexDigit(value[3 * i + 1]);
-        const bool isSeparated = i == 5 || std::string_view(":-.").find(value[3 * i + 2]) != value.npos;
-        if (high < 0 || low < 0 || !isSeparated) return false;
-        url.address[i] = static_cast<unsigned char>(high << 4 | low);
-    }
-    return true;
+    constexpr std::size_t kLength = 17;
+    for (std::size_t i = 2; i < value.size(); i += 3)
+        if (std::string_view(":-.").find(value[i]) == value.npos) return false;
+    return value.size() == kLength && parseBluetoothAddress(value, url.address);
 }
 
 // "//host:port"
 bool readHostAndPort(std::string_view value, PortUrl& url) {
-    const std::size_t colon = value.rfind(':');
-    if (!value.starts_with("//") || colon == value.npos || colon < 3) return false;
-    const auto port = wholeNumber(value.substr(colon + 1), 1, 65535);
-    url.target = value.substr(2, colon - 2);
-    url.number = static_cast<unsigned int>(port.value_or(0));
-    return port.has_value();
+    const auto place = value.starts_with("//") ? hostAndPort(value.substr(2)) : std::nullopt;
+    if (!place || place->host.empty()) return false;
+    url.target = place->host;
+    url.number = place->port;
+    return true;
 }
 
 bool readBaud(std::string_view value, PortUrl& url) {
@@ -169,6 +158,15 @@ std::optional<PortUrl> parsePortUrl(std::string_view text, std::string& error) {
 }
 
 std::string_view portUrlHelp() { return kHelp; }
+
+std::optional<HostAndPort> hostAndPort(std::string_view text, long least) {
+    constexpr long kHighest = 65535;
+    const std::size_t colon = text.rfind(':');
+    const auto port =
+        colon == text.npos ? std::nullopt : wholeNumber(text.substr(colon + 1), least, kHighest);
+    if (!port) return std::nullopt;
+    return HostAndPort{text.substr(0, colon), static_cast<std::uint16_t>(*port)};
+}
 
 std::optional<long> wholeNumber(std::string_view text, long least, long most) {
     if (text.empty() || text.size() > 10 || text.find_first_not_of("0123456789") != text.npos)

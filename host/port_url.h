@@ -38,4 +38,12 @@ std::string_view portUrlHelp();
 // A whole decimal number within bounds; nothing for any other text.
 std::optional<long> wholeNumber(std::string_view text, long least, long most);
 
+struct HostAndPort {
+    std::string_view host;  // of the text, and empty when nothing stands before the colon
+    std::uint16_t port;
+};
+
+// What stands before and behind the last colon; nothing when that is no port from least on.
+std::optional<HostAndPort> hostAndPort(std::string_view text, long least = 1);
+
 }  // namespace vkcomm

@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "host/byte_text.h"
+#include "host/record_router.h"
 #include "vkcomm/control/command_carriers.h"
 #include "vkcomm/frames/board_frames.h"
 #include "vkcomm/frames/maker_frame.h"
+#include "vkcomm/util/hex_digit.h"
 
 namespace vkcomm {
 
@@ -22,8 +24,6 @@ Steps refuse(std::string& error, std::string why) {
     error = std::move(why);
     return std::nullopt;
 }
-
-std::string familyText(const CommandTarget& target) { return std::string(target.family) + " receivers"; }
 
 std::string withLineEnd(std::string_view text) { return std::string(text).append(kLineEnd); }
 
@@ -51,6 +51,13 @@ std::string problemWithText(const CommandTarget& target, std::string_view text) 
     return {};
 }
 
+// The board would take what comes next for its rest.
+bool isLineWithoutEnd(const Bytes& frame) {
+    const std::string_view payload = textOf(makerPayload(frame));
+    return textOf(frame).starts_with("$$RZ") && !payload.empty() &&
+           std::ranges::all_of(payload, [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 }  // namespace
 
 CommandSteps lineSteps(const CommandTarget& target, std::string_view text) {
@@ -67,12 +74,6 @@ CommandSteps lineSteps(const CommandTarget& target, std::string_view text) {
 
 namespace {
 
-int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
-}
-
 std::optional<Bytes> bytesOfHex(std::string_view digits) {
     Bytes bytes;
     while (!digits.empty()) {
@@ -80,8 +81,9 @@ std::optional<Bytes> bytesOfHex(std::string_view digits) {
             digits.remove_prefix(1);
             continue;
         }
-        if (digits.size() < 2 || hexValue(digits[0]) < 0 || hexValue(digits[1]) < 0) return std::nullopt;
-        bytes.push_back(static_cast<unsigned char>(hexValue(digits[0]) * 16 + hexValue(digits[1])));
+        const int high = hexDigit(digits[0]), low = digits.size() < 2 ? -1 : hexDigit(digits[1]);
+        if (high < 0 || low < 0) return std::nullopt;
+        bytes.push_back(static_cast<unsigned char>(high << 4 | low));
         digits.remove_prefix(2);
     }
     return bytes;
@@ -125,11 +127,14 @@ Steps textCommand(const CommandTarget& target, std::string_view text, std::strin
         return refuse(error, std::move(problem));
     CommandSteps steps = lineSteps(target, text);
     if (steps.empty() && target.dialect != Dialect::kMaker)
-        return refuse(error, familyText(target) + " have no text commands; --hex sends bytes");
+        return refuse(error, receiversText(target) + " have no text commands; --hex sends bytes");
     const bool isCut =
         steps.empty() || (steps.front().wrapped && steps.front().bytes.size() >= kLargestMakerFrame &&
                           steps.front().bytes.front() == '$');
     if (isCut) return refuse(error, "the text is too long for one of the maker's frames");
+    if (target.dialect == Dialect::kMaker && isLineWithoutEnd(steps.front().bytes))
+        return refuse(
+            error, "a line for the board needs an end, which no text can give it: --type 5 or 6 sends lines");
     return steps;
 }
 
@@ -200,6 +205,20 @@ constexpr TrimbleQuestion kTrimbleQuestions[] = {
     {kSatellites, [] { return satelliteQuery(kSatelliteFlags, kAllSatellites); }},
 };
 
+std::string questionsFor(Dialect dialect) {
+    std::string text;
+    const auto add = [&](std::string_view question) {
+        text.append(text.empty() ? "" : ", ").append(question);
+    };
+    for (const TextQuestion& row : kTextQuestions)
+        if (row.dialect == dialect) add(row.question);
+    for (const TrimbleQuestion& row : kTrimbleQuestions)
+        if (dialect == Dialect::kTrimble) add(row.question);
+    for (const CmcQuestion& row : kCmcQuestions)
+        if (dialect == Dialect::kCmc) add(row.question);
+    return text;
+}
+
 }  // namespace
 
 Steps questionSteps(const CommandTarget& target, std::string_view question, std::string& error) {
@@ -211,7 +230,22 @@ Steps questionSteps(const CommandTarget& target, std::string_view question, std:
     for (const CmcQuestion& row : kCmcQuestions)
         if (target.dialect == Dialect::kCmc && row.question == question)
             return cmcSteps(target.type, row.id, false, {}, 0);
-    return refuse(error, familyText(target) + " have no known question for " + std::string(question));
+    const std::string known = questionsFor(target.dialect);
+    return refuse(error, receiversText(target) + " have no known question for " + std::string(question) +
+                             (target.dialect == Dialect::kMaker
+                                  ? "; --type 5, 6, 11, 12, 15 or 16 asks the board inside"
+                              : known.empty() ? ""
+                                              : "; known are " + known));
+}
+
+std::string questionsHelp() {
+    constexpr std::pair<std::string_view, Dialect> kFamilies[] = {
+        {"novatel", Dialect::kNovatel}, {"trimble", Dialect::kTrimble}, {"javad", Dialect::kJavad},
+        {"cmc", Dialect::kCmc},         {"thales", Dialect::kThales},   {"hemisphere", Dialect::kCsi}};
+    std::string text;
+    for (const auto& [family, dialect] : kFamilies)
+        text.append("  ").append(family).append(": ").append(questionsFor(dialect)).append("\n");
+    return text;
 }
 
 }  // namespace vkcomm

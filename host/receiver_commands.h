@@ -27,4 +27,7 @@ std::optional<CommandSteps> hexCommand(const CommandTarget& target, std::string_
 std::optional<CommandSteps> questionSteps(const CommandTarget& target, std::string_view question,
                                           std::string& error);
 
+// The questions that receivers of each family know, a line each, for help texts.
+std::string questionsHelp();
+
 }  // namespace vkcomm

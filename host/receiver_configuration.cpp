@@ -12,8 +12,6 @@ namespace vkcomm {
 
 namespace {
 
-std::string familyText(const CommandTarget& target) { return std::string(target.family) + " receivers"; }
-
 // How the receivers of a dialect name their ports.
 struct PortNames {
     Dialect dialect;
@@ -22,6 +20,8 @@ struct PortNames {
     int most;
     std::string_view prefix;  // that may stand before the name
     std::string_view range;
+
+    int first() const { return std::min(least, 1); }
 };
 
 constexpr PortNames kPortNames[] = {
@@ -72,6 +72,9 @@ enum Uses : int {
 
 constexpr int kUsesMasks = kUsesElevation | kUsesPdop;
 
+// Where a command is always about the port that it comes by.
+constexpr int kPortOfCommand = 1;
+
 // Of a board that is connected directly: in a maker's receiver the line keeps its rate.
 CommandSteps withRate(const CommandTarget& target, CommandSteps steps, int port, int baud) {
     if (!target.isInMakersReceiver() && !steps.empty()) steps.back().newRate = PortRate{port, baud};
@@ -105,7 +108,9 @@ constexpr ActionRow kActions[] = {
          return trimble(t, gsofOutput(v.port, t.type, v.choice.rateCode).value_or(TrimbleCommand{}));
      }},
     {"baud", Dialect::kTrimble, kUsesPort | kUsesBaud,
-     [](T t, V v) { return trimble(t, portBaud(v.port, v.choice.baud, t.type)); }},
+     [](T t, V v) {
+         return withRate(t, trimble(t, portBaud(v.port, v.choice.baud, t.type)), v.port + 1, v.choice.baud);
+     }},
     {"baud", Dialect::kNovatel, kUsesPort | kUsesBaud,
      [](T t, V v) {
          return withRate(t, lines(t, {"com com" + v.number() + " " + integerText(v.choice.baud)}), v.port,
@@ -120,7 +125,10 @@ constexpr ActionRow kActions[] = {
     {"baud", Dialect::kThales, kUsesPort | kUsesBaud,
      [](T, V v) { return thalesBaud(v.upper(), v.baudIndex); }},
     {"baud", Dialect::kCsi, kUsesBaud,
-     [](T t, V v) { return lines(t, {"$JBAUD," + integerText(v.choice.baud)}); }},
+     [](T t, V v) {
+         return withRate(t, lines(t, {"$JBAUD," + integerText(v.choice.baud)}), kPortOfCommand,
+                         v.choice.baud);
+     }},
     {"mask", Dialect::kTrimble, kUsesMasks,
      [](T t, V v) {
          return trimble(t, positionMasks(static_cast<unsigned char>(v.choice.elevation),
@@ -154,10 +162,12 @@ constexpr ActionRow kActions[] = {
     {"reset", Dialect::kNovatel, kNoValue, [](T t, V) { return lines(t, {"freset"}); }},
 };
 
-std::string ratesText() {
+constexpr int kLeastCsiRate = 4800;
+
+std::string ratesText(int least) {
     std::string text;
     for (const int rate : kBaudRates)
-        text += (text.empty() ? "" : ", ") + integerText(rate);
+        if (rate >= least) text += (text.empty() ? "" : ", ") + integerText(rate);
     return text;
 }
 
@@ -175,7 +185,8 @@ std::string readValues(const ActionRow& row, Values& values) {
     }
     if ((row.uses & kUsesBaud) != 0) {
         const auto* rate = std::ranges::find(kBaudRates, choice.baud);
-        if (rate == kBaudRates.end()) return "the rate must be one of " + ratesText();
+        const int least = row.dialect == Dialect::kCsi ? kLeastCsiRate : kBaudRates.front();
+        if (rate == kBaudRates.end() || *rate < least) return "the rate must be one of " + ratesText(least);
         values.baudIndex = static_cast<int>(rate - kBaudRates.begin());
     }
     if ((row.uses & kUsesElevation) != 0 && (choice.elevation < 0 || choice.elevation > 90))
@@ -196,7 +207,7 @@ std::optional<CommandSteps> configurationSteps(const CommandTarget& target, cons
         return each.action == choice.action && each.dialect == target.dialect;
     });
     if (row == std::end(kActions)) {
-        error = familyText(target) + " have no known command for " + choice.action;
+        error = receiversText(target) + " have no known command for " + choice.action;
         return std::nullopt;
     }
     Values values{.choice = choice};
@@ -207,12 +218,20 @@ std::optional<CommandSteps> configurationSteps(const CommandTarget& target, cons
 
 std::optional<int> receiverPort(const CommandTarget& target, const std::string& text, std::string& error) {
     const auto* names = std::ranges::find(kPortNames, target.dialect, &PortNames::dialect);
-    const bool isFollowed = names != std::end(kPortNames) && target.dialect != Dialect::kTrimble;
-    const auto port = isFollowed ? portIn(*names, text) : std::nullopt;
-    if (port) return *port + (names->areLetters ? 1 : 0);
-    error = isFollowed ? text + " is no port here; give " + std::string(names->range)
-                       : "changes of rate are not followed on " + familyText(target);
+    const bool areNamed = names != std::end(kPortNames);
+    const auto port = areNamed ? portIn(*names, text) : std::nullopt;
+    if (port) return *port + 1 - names->first();
+    error = areNamed ? text + " is no port here; give " + std::string(names->range)
+                     : "ports of " + receiversText(target) + " have no names";
     return std::nullopt;
+}
+
+std::string portName(const CommandTarget& target, int port) {
+    const auto* names = std::ranges::find(kPortNames, target.dialect, &PortNames::dialect);
+    if (names == std::end(kPortNames)) return {};
+    const int number = port - 1 + names->first();
+    if (names->areLetters) return std::string(1, static_cast<char>('a' + number));
+    return std::string(names->prefix) + integerText(number);
 }
 
 std::string_view familyOfAction(std::string_view action) {

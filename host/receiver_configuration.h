@@ -25,9 +25,11 @@ struct Configuration {
 std::optional<CommandSteps> configurationSteps(const CommandTarget& target, const Configuration& choice,
                                                std::string& error);
 
-// A port as receivers of the dialect name it, counted from 1 as CommandStep::newRate does. Nothing, and why in error,
-// for other texts and where rates of ports are not followed.
+// A port as receivers of the dialect name it, counted from 1 as CommandStep::newRate does (one more than the number in a
+// Trimble file). Nothing, and why in error, for other texts and where ports have no names.
 std::optional<int> receiverPort(const CommandTarget& target, const std::string& text, std::string& error);
+// The way back: "com2", "b", "0"; empty where ports have no names.
+std::string portName(const CommandTarget& target, int port);
 
 // The family whose receivers alone know the action; empty when there are several.
 std::string_view familyOfAction(std::string_view action);

@@ -1,5 +1,6 @@
 #include "host/relay_report.h"
 
+#include "host/command_report.h"
 #include "host/field_writer.h"
 #include "host/live_report.h"
 #include "vkcomm/util/numbers.h"
@@ -42,6 +43,10 @@ void appendMessages(std::string& text, const CasterRelayStatus& status) {
         appendFormat(text, " %llu damaged", static_cast<unsigned long long>(status.badChecks));
 }
 
+void appendBlocks(std::string& text, const char* what, std::uint64_t blocks) {
+    if (blocks > 0) appendFormat(text, "  %s %llu blocks", what, static_cast<unsigned long long>(blocks));
+}
+
 }  // namespace
 
 std::string relayLine(const CasterRelayStatus& status, const ReceiverSnapshot& receiver) {
@@ -49,17 +54,18 @@ std::string relayLine(const CasterRelayStatus& status, const ReceiverSnapshot& r
     text += "  " + sizeText(status.caster.bytes);
     appendMessages(text, status);
     if (status.age) appendFormat(text, "  age %.1f s", secondsOf(*status.age));
-    if (status.relay.droppedBlocks > 0)
-        appendFormat(text, "  dropped %llu blocks",
-                     static_cast<unsigned long long>(status.relay.droppedBlocks));
+    appendBlocks(text, "dropped", status.relay.droppedBlocks);
+    appendBlocks(text, "lost", status.relay.lostBlocks);
     text += "  receiver: " + std::string(qualityText(receiver.quality));
     if (receiver.satellitesUsed) appendFormat(text, ", %d satellites", *receiver.satellitesUsed);
     return text;
 }
 
-std::string relayJson(const CasterRelayStatus& status, const ReceiverSnapshot& receiver) {
+std::string relayJson(const CasterRelayStatus& status, const ReceiverSnapshot& receiver,
+                      std::chrono::system_clock::time_point now) {
     std::string text = "{";
     FieldWriter fields(text, LineFormat::kJson);
+    fields.text("utc", utcText(now));
     fields.text("state", stateName(status.state));
     fields.text("failure", failureName(status.failure));
     fields.integer("bytes", number(status.caster.bytes));
@@ -80,6 +86,8 @@ std::string relayJson(const CasterRelayStatus& status, const ReceiverSnapshot& r
     fields.integer("relayed_blocks", number(status.relay.sentBlocks));
     fields.integer("dropped_bytes", number(status.relay.droppedBytes));
     fields.integer("dropped_blocks", number(status.relay.droppedBlocks));
+    fields.integer("lost_bytes", number(status.relay.lostBytes));
+    fields.integer("lost_blocks", number(status.relay.lostBlocks));
     fields.integer("quality", receiver.quality);
     if (receiver.satellitesUsed) fields.integer("satellites_used", *receiver.satellitesUsed);
     return text + "}\n";

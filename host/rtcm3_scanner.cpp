@@ -34,6 +34,12 @@ std::size_t frameSize(std::string_view bytes) {
     return kHead + (byteAt(bytes, 1) << 8 | byteAt(bytes, 2)) + kCheck;
 }
 
+// Of a whole frame; 0 for one without a number.
+int numberOf(std::string_view frame) {
+    if (frame.size() < kHead + kShortestMessage + kCheck) return 0;
+    return static_cast<int>(byteAt(frame, 3) << 4 | byteAt(frame, 4) >> 4);
+}
+
 }  // namespace
 
 std::uint32_t crc24q(std::string_view bytes) {
@@ -47,34 +53,53 @@ void Rtcm3Scanner::feed(std::string_view bytes, std::vector<CorrectionBlock>& bl
     m_held += bytes;
     std::string_view rest = m_held;
     std::size_t others = 0;  // bytes at the front of rest that belong to no message
-    const auto giveOthers = [&] {
-        if (others > 0) blocks.push_back({std::string(rest.substr(0, others)), -1});
-        rest.remove_prefix(std::exchange(others, 0));
+    const auto giveFront = [&](std::size_t size, int message) {
+        give(rest.substr(0, size), message, blocks);
+        rest.remove_prefix(size);
     };
     while (others < rest.size()) {
         const std::string_view frame = rest.substr(others);
         const std::size_t size = frameSize(frame);
         if (size > frame.size()) break;
         const bool isGood = size > 0 && crc24q(frame.substr(0, size)) == 0;
-        if (size > 0 && !isGood) ++m_badChecks;
         if (!isGood) {
-            const std::size_t next = frame.find(kPreamble, 1);
-            others = next == frame.npos ? rest.size() : others + next;
+            if (size > 0 && m_isInStep) ++m_badChecks;
+            const std::size_t next = std::min(frame.find(kPreamble, 1), frame.size());
+            noteOthers(next);
+            others += next;
             continue;
         }
-        giveOthers();
-        const bool hasNumber = size >= kHead + kShortestMessage + kCheck;
-        const int number = hasNumber ? static_cast<int>(byteAt(rest, 3) << 4 | byteAt(rest, 4) >> 4) : 0;
+        giveFront(std::exchange(others, 0), -1);
+        const int number = numberOf(rest.substr(0, size));
         ++m_counts[number];
-        blocks.push_back({std::string(rest.substr(0, size)), number});
-        rest.remove_prefix(size);
+        m_isInStep = true;
+        m_others = 0;
+        giveFront(size, number);
     }
-    giveOthers();
-    m_held = std::string(rest);
+    giveFront(others, -1);
+    std::string held(rest);
+    if (!m_isInStep) {
+        give(held, -1, blocks);
+        m_given = held.size();
+    }
+    m_held = std::move(held);
+}
+
+// What of these bytes, the next in the stream, has not gone out yet.
+void Rtcm3Scanner::give(std::string_view bytes, int message, std::vector<CorrectionBlock>& blocks) {
+    const std::size_t gone = std::min(m_given, bytes.size());
+    m_given -= gone;
+    if (gone < bytes.size()) blocks.push_back({std::string(bytes.substr(gone)), message});
+}
+
+void Rtcm3Scanner::noteOthers(std::size_t bytes) {
+    m_others = std::min(m_others + bytes, kMostOthers);
+    if (m_others == kMostOthers) m_isInStep = false;
 }
 
 void Rtcm3Scanner::flush(std::vector<CorrectionBlock>& blocks) {
-    if (!m_held.empty()) blocks.push_back({std::exchange(m_held, {}), -1});
+    give(m_held, -1, blocks);
+    m_held.clear();
 }
 
 }  // namespace vkcomm

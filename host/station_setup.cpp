@@ -5,6 +5,7 @@
 #include "host/settings_kinds.h"
 #include "vkcomm/control/base_sequences.h"
 #include "vkcomm/control/rover_sequences.h"
+#include "vkcomm/frames/baud_rates.h"
 #include "vkcomm/util/numbers.h"
 #include "vkcomm/util/unicode_text.h"
 
@@ -119,6 +120,21 @@ CommandSteps novatelBase(const CommandTarget& target, const BaseSetup& setup) {
     return steps;
 }
 
+// Files name ports as the receiver does, some from 0 on.
+CommandSteps withPortRate(const CommandTarget& target, CommandSteps steps, int port, int baudIndex) {
+    const int baud = baudOfIndex(baudIndex, 0);
+    if (!target.isInMakersReceiver() && !steps.empty() && baud != 0)
+        steps.back().newRate = PortRate{port + 1, baud};
+    return steps;
+}
+
+CommandSteps trimbleBaseOf(const CommandTarget& target, const BaseSetup& setup) {
+    const CBaseConfig& config = baseOf(setup);
+    return withPortRate(target,
+                        trimbleBase(target.type, target.type, config, setup.phaseCentre, toWide(setup.name)),
+                        config.uTrimblePort, config.nBaud);
+}
+
 }  // namespace
 
 std::string_view baseSettingsKind(const CommandTarget& target) {
@@ -150,11 +166,10 @@ Steps baseSteps(const CommandTarget& target, const BaseSetup& setup, std::string
     if (!error.empty()) return std::nullopt;
     switch (target.dialect) {
     case Dialect::kNovatel: return novatelBase(target, setup);
-    case Dialect::kTrimble:
-        return trimbleBase(target.type, target.type, baseOf(setup), setup.phaseCentre, toWide(setup.name));
+    case Dialect::kTrimble: return trimbleBaseOf(target, setup);
     case Dialect::kJavad: return javadBase(javadOf(setup), setup.phaseCentre);
     case Dialect::kCmc: return cmcBase(setup.phaseCentre);
-    default: return refuse(error, std::string(target.family) + " receivers have no known base setup");
+    default: return refuse(error, receiversText(target) + " have no known base setup");
     }
 }
 
@@ -172,7 +187,8 @@ Steps roverSteps(const CommandTarget& target, const RoverSetup& setup, std::stri
         steps = target.dialect == Dialect::kNovatel
                     ? novatelRover(target.type, config, setup.commandSet,
                                    setup.ionosphere.value_or(kUnknownIonosphere))
-                    : trimbleRover(target.type, target.type, config);
+                    : withPortRate(target, trimbleRover(target.type, target.type, config),
+                                   config.uTrimblePort, config.nBaud);
     }
     return error.empty() ? Steps(std::move(steps)) : std::nullopt;
 }

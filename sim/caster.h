@@ -26,9 +26,8 @@ struct CasterOptions {
     bool loop = false;               // a file again and again; else the connection ends with it
     std::uint64_t seed = 1;          // of the simulated station
 
-    // Faults, in every connection.
-    std::optional<std::uint64_t>
-        closeAfter;  // closes in the middle of the stream, behind so many bytes of it
+    // Faults, in every connection, behind so many bytes of the stream.
+    std::optional<std::uint64_t> closeAfter{};  // closes
     std::optional<std::uint64_t> stallAfter{};  // sends no more, but stays connected
     bool drips = false;                         // a byte a second from the first on
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 
+#include "vkcomm/util/hex_digit.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm::sim {
@@ -14,12 +15,6 @@ bool isDigit(char c) { return c >= '0' && c <= '9'; }
 std::string_view withoutSign(std::string_view text) {
     if (text.starts_with('-') || text.starts_with('+')) text.remove_prefix(1);
     return text;
-}
-
-int digitValue(char c) {
-    if (isDigit(c)) return c - '0';
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return c >= 'a' && c <= 'f' ? c - 'a' + 10 : -1;
 }
 
 }  // namespace
@@ -107,7 +102,7 @@ std::optional<double> decimalNumber(std::string_view text) {
 std::vector<unsigned char> bytesOfDigits(std::string_view digits) {
     std::vector<unsigned char> bytes;
     for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        const int high = digitValue(digits[i]), low = digitValue(digits[i + 1]);
+        const int high = hexDigit(digits[i]), low = hexDigit(digits[i + 1]);
         if (high < 0 || low < 0) return {};
         bytes.push_back(static_cast<unsigned char>(high << 4 | low));
     }

@@ -17,6 +17,10 @@ Front CommandedReceiver::correctionsOrFrontOf(ByteSpan bytes) const {
     return front;
 }
 
+void CommandedReceiver::leave(ByteSpan bytes, Reaction& reaction) const {
+    if (hearsBareCorrections()) reaction.leave(bytes);
+}
+
 // What has no end within the bound is given up to where a correction may begin.
 void CommandedReceiver::giveUp(ByteSpan& left, Reaction& reaction) {
     constexpr std::size_t kShown = 16;
@@ -26,7 +30,7 @@ void CommandedReceiver::giveUp(ByteSpan& left, Reaction& reaction) {
     note(shownText(left.first(kShown)) + "...", "too long");
     const auto next = std::find_if(left.begin() + 1, left.begin() + kMostHeld, beginsCorrection);
     const auto size = static_cast<std::size_t>(next - left.begin());
-    reaction.leave(left.first(size));
+    leave(left.first(size), reaction);
     left = left.subspan(size);
 }
 
@@ -43,7 +47,7 @@ Reaction CommandedReceiver::receive(ByteSpan bytes) {
         }
         const ByteSpan taken = left.first(front.size);
         if (front.kind == FrontKind::kCommand) obey(taken, reaction);
-        if (front.kind == FrontKind::kOther) reaction.leave(taken);
+        if (front.kind == FrontKind::kOther) leave(taken, reaction);
         left = left.subspan(front.size);
     }
     m_held.erase(m_held.begin(), m_held.end() - static_cast<std::ptrdiff_t>(left.size()));

@@ -27,7 +27,7 @@ struct CommandNote {
 // What bytes lead to.
 struct Reaction {
     std::vector<unsigned char> answer;  // whole frames for the host
-    std::vector<unsigned char> rest;    // what is no command, in order: corrections, and garbage
+    std::vector<unsigned char> rest;    // what is no command and is heard, in order: corrections, and garbage
 
     void say(ByteSpan bytes) { answer.insert(answer.end(), bytes.begin(), bytes.end()); }
 
@@ -73,6 +73,9 @@ protected:
     // Obeys what frontOf called a command: notes it, once or more, and appends what there is to answer.
     virtual void obey(ByteSpan command, Reaction& reaction) = 0;
 
+    // False: corrections reach the receiver in its family's own frames only; what else is no command is lost.
+    virtual bool hearsBareCorrections() const { return true; }
+
     // The setting that begins with the rate of the port which commands come by; empty when there is none.
     virtual std::string_view rateSetting() const { return {}; }
 
@@ -84,6 +87,7 @@ protected:
 
 private:
     Front correctionsOrFrontOf(ByteSpan bytes) const;
+    void leave(ByteSpan bytes, Reaction& reaction) const;
     void giveUp(ByteSpan& left, Reaction& reaction);
 
     std::vector<unsigned char> m_held;

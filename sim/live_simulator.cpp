@@ -10,7 +10,7 @@ using namespace std::chrono_literals;
 
 LiveSimulator::LiveSimulator(const LiveOptions& options, std::unique_ptr<ByteServer> server, Clock& clock)
     : m_address(server->address()), m_clock(clock), m_stream(options), m_server(std::move(server)),
-      m_rover(options.rover), m_rate(options.baud), m_random(options.seed ^ 0xBAD),
+      m_rover(options.rover), m_firstRate(options.baud), m_rate(options.baud), m_random(options.seed ^ 0xBAD),
       m_receiver(makeCommandedReceiver(options.family)) {}
 
 LiveSimulator::~LiveSimulator() { stop(); }
@@ -30,13 +30,13 @@ LiveTotals LiveSimulator::totals() const {
     return m_totals;
 }
 
-CommandReport LiveSimulator::commands(std::uint64_t seen) const {
+CommandTally LiveSimulator::commands(std::uint64_t seen) const {
     const std::scoped_lock lock(m_lock);
-    CommandReport report{m_receiver->obeyed(), m_receiver->refused(), m_receiver->state(), {}};
+    CommandTally tally{m_receiver->obeyed(), m_receiver->refused(), m_receiver->state(), {}};
     const auto& notes = m_receiver->notes();
-    const auto added = std::min<std::uint64_t>(report.count() - std::min(seen, report.count()), notes.size());
-    report.notes.assign(notes.end() - static_cast<std::ptrdiff_t>(added), notes.end());
-    return report;
+    const auto added = std::min<std::uint64_t>(tally.count() - std::min(seen, tally.count()), notes.size());
+    tally.notes.assign(notes.end() - static_cast<std::ptrdiff_t>(added), notes.end());
+    return tally;
 }
 
 void LiveSimulator::run(std::optional<std::chrono::milliseconds> unplugAfter) {
@@ -94,8 +94,7 @@ void LiveSimulator::obey(ByteSpan bytes) {
 // Byte by byte, since each may end the command that changes the rate.
 void LiveSimulator::obeyAtRate(ByteSpan bytes, std::uint32_t rate, Reaction& reaction) {
     for (const unsigned char& byte : bytes) {
-        const std::uint32_t changed = m_receiver->portRate();
-        if (rate != (changed != 0 ? changed : m_rate)) {
+        if (rate != portRate()) {
             ++m_totals.bytesGarbled;
             continue;
         }
@@ -109,7 +108,13 @@ void LiveSimulator::answer() {
     write(std::exchange(m_answers, {}));
     if (m_rate == 0) return;
     const std::scoped_lock lock(m_lock);
-    if (const std::uint32_t changed = m_receiver->portRate(); changed != 0) m_rate = changed;
+    m_rate = portRate();
+}
+
+// What commands have made it; factory defaults are the rate at first.
+std::uint32_t LiveSimulator::portRate() const {
+    const std::uint32_t changed = m_receiver->portRate();
+    return changed != 0 ? changed : m_firstRate;
 }
 
 // Of who is attached; 0 when it does not matter.

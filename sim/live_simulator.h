@@ -30,7 +30,7 @@ struct LiveTotals {
 };
 
 // What has become of the commands that were sent to the receiver.
-struct CommandReport {
+struct CommandTally {
     std::uint64_t obeyed = 0;
     std::uint64_t refused = 0;
     std::string state;               // of the receiver, see CommandedReceiver
@@ -66,7 +66,7 @@ public:
     LiveTotals totals() const;
 
     // With the notes behind the first seen ones.
-    CommandReport commands(std::uint64_t seen = 0) const;
+    CommandTally commands(std::uint64_t seen = 0) const;
 
 private:
     void run(std::optional<std::chrono::milliseconds> unplugAfter);
@@ -78,12 +78,14 @@ private:
     void send(const LivePiece& piece);
     void write(ByteSpan bytes);
     std::uint32_t theirRate();
+    std::uint32_t portRate() const;
 
     const std::string m_address;
     Clock& m_clock;
     LiveStream m_stream;  // of the thread, as are those up to m_betweenEpochs
     std::unique_ptr<ByteServer> m_server;
     RoverQuality m_rover;
+    const std::uint32_t m_firstRate;
     std::uint32_t m_rate;                  // at which the receiver sends; 0: whatever theirs is
     Random m_random;                       // for garbage
     std::vector<unsigned char> m_answers;  // that wait for the end of an epoch

@@ -14,14 +14,31 @@ struct Limit {
     const char* problem;
 };
 
+void encodeNothing(const Epoch&, Piece&) {}
+
+Match matchNothing(ByteSpan) { return Match::kNone; }
+
+// It says nothing until it is asked.
+const Framing kNoFraming{matchNothing, 0, {}};
+const Family kTsip = {"tsip", "Trimble TSIP: answers to questions", nullptr, encodeNothing, &kNoFraming};
+
+const Family& liveFamily(std::string_view name) { return name == kTsip.name ? kTsip : *findFamily(name); }
+
 std::int64_t rounded(double value) { return std::llround(value); }
 
 }  // namespace
 
+std::vector<std::string_view> liveFamilies() {
+    std::vector<std::string_view> names;
+    for (const Family& family : families())
+        names.push_back(family.name);
+    names.push_back(kTsip.name);
+    return names;
+}
+
 std::string problemWith(const LiveOptions& options) {
-    RecordingOptions recording;
-    recording.family = options.family;
-    if (std::string problem = problemWith(recording); !problem.empty()) return problem;
+    std::string problem = problemWith(RecordingOptions{.family = options.family});
+    if (!problem.empty() && options.family != kTsip.name) return problem.append(", ").append(kTsip.name);
     const Limit limits[] = {
         {options.rateHz, 1.0, 20.0, "the rate must be from 1 to 20 Hz"},
         {options.dropPercent, 0.0, 100.0, "dropped frames must be from 0 to 100 percent"},
@@ -35,7 +52,7 @@ std::string problemWith(const LiveOptions& options) {
 }
 
 LiveStream::LiveStream(const LiveOptions& options)
-    : m_options(options), m_family(*findFamily(options.family)), m_truth({.seed = options.seed}),
+    : m_options(options), m_family(liveFamily(options.family)), m_truth({.seed = options.seed}),
       m_damager(*m_family.framing, options.corruptPercent, ~options.seed), m_random(options.seed ^ 0x11FEu) {}
 
 LivePiece LiveStream::next() {

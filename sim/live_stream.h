@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <deque>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "sim/damage.h"
@@ -24,6 +25,9 @@ struct LiveOptions {
     bool isRover = false;         // the fix is what setFix says, not what a recording of this time has
     RoverTimes rover{};           // how soon corrections change it
 };
+
+// The families that can be live: those of recordings, and "tsip", which says nothing until it is asked.
+std::vector<std::string_view> liveFamilies();
 
 // What is wrong with the options, in a line for the user; empty when nothing is.
 std::string problemWith(const LiveOptions& options);

@@ -2,7 +2,7 @@
 //
 //   $$ frames   RG, RK, RL, RM, ST and IM with a number, RQ with two; VL, VF and VS with a text; SI. RZ carries
 //               commands for the board inside: NovAtel lines, Trimble packets or CMC messages. VD carries corrections
-//               and is not answered. The frame without letters does nothing.
+//               and is not answered; bare ones are not heard. The frame without letters does nothing.
 //   '@' blocks  152, the masks: set when there are data, told when there are none.
 //   texts       "%", a letter and a text, one a line; VVA with seven characters, VVB with up to seven. Not answered.
 //
@@ -30,6 +30,8 @@ public:
 protected:
     Front frontOf(ByteSpan bytes) const override;
     void obey(ByteSpan command, Reaction& reaction) override;
+
+    bool hearsBareCorrections() const override { return false; }
 
 private:
     enum Board { kTrimble, kCmc, kNovatel, kBoards };

@@ -202,11 +202,9 @@ std::string TrimbleCommands::takePage(ByteSpan data, Reaction& reaction) {
     m_nextPage = 0;
     if (!isExpected || page > last || last >= kMostPages) return "a page is missing";
     m_file.insert(m_file.end(), part.begin(), part.end());
-    if (page < last) {
-        m_nextPage = static_cast<std::uint8_t>(page + 1);
-        return {};
-    }
-    std::string problem = applyFile(m_file, m_settings);
+    const bool isWhole = page == last;
+    if (!isWhole) m_nextPage = static_cast<std::uint8_t>(page + 1);
+    std::string problem = isWhole ? applyFile(m_file, m_settings) : std::string();
     if (problem.empty()) reaction.answer.push_back(kAck);
     return problem;
 }

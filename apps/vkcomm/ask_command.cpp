@@ -2,9 +2,8 @@
 #include <algorithm>
 #include <memory>
 
-#include "apps/vkcomm/command_options.h"
+#include "apps/vkcomm/command_run.h"
 #include "apps/vkcomm/commands.h"
-#include "apps/vkcomm/output.h"
 #include "host/receiver_commands.h"
 
 namespace vkcomm {
@@ -17,9 +16,11 @@ struct Options {
 };
 
 constexpr const char* kFooter =
-    R"(The answer is shown with its values. Not every family has every question.
+    R"(The answer is shown with its values. Receivers of type 5, 6, 11, 12, 15 and 16 pass the question to the board inside.
   vkcomm ask sim:oem4 version
-  vkcomm ask --dry-run --family trimble satellites)";
+  vkcomm ask --dry-run --family trimble satellites
+Questions that each family has:
+)";
 
 constexpr const char* kQuestions[] = {"serial", "options", "status", "version", "satellites"};
 
@@ -29,9 +30,8 @@ int ask(const Options& options) {
     // Without a port the only argument is the question.
     if (choice.dryRun && question.empty()) question = std::exchange(choice.url, {});
     if (std::ranges::find(kQuestions, question) == std::end(kQuestions)) {
-        complain("ask for serial, options, status, version or satellites" +
-                 (question.empty() ? "" : ", not " + question));
-        return kWrongUsage;
+        const std::string given = question.empty() ? "" : ", not " + question;
+        return wrongUsage("ask for serial, options, status, version or satellites" + given);
     }
     CommandJob job;
     job.build = [&](const CommandTarget& target, std::string& error) {
@@ -45,7 +45,7 @@ int ask(const Options& options) {
 void addAsk(CLI::App& app, Run& run) {
     auto options = std::make_shared<Options>();
     CLI::App* verb = app.add_subcommand("ask", "Ask a receiver what it is and how it does");
-    verb->footer(kFooter);
+    verb->footer(kFooter + questionsHelp());
     addCommandOptions(*verb, options->command);
     verb->add_option("WHAT", options->question, "serial, options, status, version or satellites");
     verb->callback([options, &run] { run = [options] { return ask(*options); }; });

@@ -97,7 +97,7 @@ int setUpBase(const Options& options) {
     if (!target) return kWrongUsage;
     const std::string_view kind = baseSettingsKind(*target);
     if (kind.empty()) {
-        complain(std::string(target->family) + " receivers of that type have no known base setup");
+        complain(receiversText(*target) + " of that type have no known base setup");
         return kWrongUsage;
     }
     std::string error;

@@ -10,10 +10,6 @@ namespace vkcomm {
 
 namespace {
 
-std::string checkWait(const std::string& text) {
-    return parseDuration(text) ? "" : text + " is no time such as 2s or 500ms";
-}
-
 int dryRun(const CommandPlan& plan, const CommandJob& job, ShownCommands& shown) {
     shown.preface(job);
     for (const Command& command : plan)
@@ -26,12 +22,14 @@ int dryRun(const CommandPlan& plan, const CommandJob& job, ShownCommands& shown)
 
 // Empty when there is a port to open, or none is needed.
 std::string problemWithUrl(const CommandChoice& choice) {
-    if (choice.dryRun) return {};
+    if (choice.dryRun && choice.url.empty()) return {};
     if (choice.url.empty()) return "say which receiver: " + std::string(portUrlHelp()) + "; or --dry-run";
     std::string error;
     const auto url = parsePortUrl(choice.url, error);
     if (!url) return error;
-    return url->kind == UrlKind::kFile ? choice.url + " is a file; commands need a port" : std::string();
+    return url->kind == UrlKind::kFile
+               ? choice.url + " is a file; commands need a port, and words that belong together quotes"
+               : std::string();
 }
 
 }  // namespace
@@ -50,7 +48,7 @@ void addCommandOptions(CLI::App& verb, CommandChoice& choice) {
     verb.add_option("--transcript", choice.transcript, "File for every byte sent and received, with times")
         ->excludes(dry);
     verb.add_option("--wait", choice.wait, "Longest wait for an answer")
-        ->check(checkWait)
+        ->check(checkDuration)
         ->capture_default_str();
 }
 

@@ -1,6 +1,7 @@
 #include "apps/vkcomm/command_run.h"
 
 #include <memory>
+#include <utility>
 
 #include "apps/vkcomm/commands.h"
 #include "apps/vkcomm/session_options.h"
@@ -16,6 +17,7 @@ using namespace std::chrono_literals;
 namespace {
 
 constexpr auto kRecognition = 5s;
+constexpr auto kQuietWait = 1s;  // of that, without a word
 
 // One run on an open port.
 class CommandRun {
@@ -40,6 +42,7 @@ public:
         const auto given = m_job.build(*target, error);
         if (!given) return wrongUsage(error);
         const CommandPlan plan = planOf(*target, *given);
+        if (options.linePort == 0) tellOfRates(*target, plan);
         m_shown.preface(m_job);
         const bool isGood = runner.run(plan);
         complain(summaryOf(runner.results()));
@@ -59,6 +62,18 @@ private:
         complain(state.empty()
                      ? "the simulated receiver is as it was at first"
                      : "the simulated receiver is now set to\n" + state.substr(0, state.rfind('\n')));
+    }
+
+    // Boards that name the port of the line, and commands about that port alone, need no word.
+    void tellOfRates(const CommandTarget& target, const CommandPlan& plan) const {
+        const UrlKind kind = m_opened->url().kind;
+        const bool isSerial = kind == UrlKind::kSerial || kind == UrlKind::kCom;
+        if (target.dialect == Dialect::kNovatel || !isSerial || m_opened.simulator) return;
+        for (const Command& command : plan)
+            if (command.newRate() && !command.portName.empty())
+                complain(command.portText() + " of the receiver will go to " +
+                         std::to_string(command.newRate()->baud) +
+                         " bit/s: if this line ends there, it follows with --line-port " + command.portName);
     }
 
     // What is wrong whatever the command set of the board is, before anything is sent.
@@ -101,10 +116,16 @@ private:
     }
 
     std::optional<CommandTarget> recognised() {
-        const auto end = systemClock().now() + kRecognition;
+        const auto begin = systemClock().now();
+        bool isTold = false;
         const SessionSteps quiet{[](const RoutedRecord&) {}, [](const SessionEvent& e) { complain(e.text); }};
-        while (!m_opened->stream().isRecognised() && systemClock().now() < end && !stopRequested())
-            if (!m_opened->pump(50ms, quiet)) break;
+        while (!m_opened->stream().isRecognised() && !stopRequested() && m_opened->pump(50ms, quiet)) {
+            const auto waited = systemClock().now() - begin;
+            if (waited >= kRecognition) break;
+            if (waited >= kQuietWait && !std::exchange(isTold, true))
+                complain(m_choice.url +
+                         ": listening for what tells the receiver's family; --family saves that");
+        }
         std::string error = stopRequested() ? "stopped before the receiver's family was recognised"
                                             : "it sends nothing by which its family could be recognised";
         const ReceiverFamily* family =

@@ -8,9 +8,9 @@
 #include "apps/vkcomm/commands.h"
 #include "apps/vkcomm/output.h"
 #include "apps/vkcomm/session_options.h"
+#include "host/port_url.h"
 #include "sim/live_simulator.h"
 #include "vkcomm/platform/stop_signal.h"
-#include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
 
@@ -51,7 +51,7 @@ std::string indented(std::string_view lines) {
 }
 
 // The commands of the report one by one, or the refused ones only; then what the receiver is set to.
-void reportCommands(const sim::CommandReport& commands, bool withObeyed) {
+void reportCommands(const sim::CommandTally& commands, bool withObeyed) {
     std::string text;
     for (const sim::CommandNote& note : commands.notes)
         if (!note.isObeyed())
@@ -63,7 +63,7 @@ void reportCommands(const sim::CommandReport& commands, bool withObeyed) {
     std::fputs(text.c_str(), stderr);
 }
 
-void reportTotalOfCommands(const sim::CommandReport& commands) {
+void reportTotalOfCommands(const sim::CommandTally& commands) {
     std::fprintf(stderr, "%llu commands obeyed, %llu refused\n",
                  static_cast<unsigned long long>(commands.obeyed),
                  static_cast<unsigned long long>(commands.refused));
@@ -76,7 +76,7 @@ void watch(const sim::LiveSimulator& simulator, bool printState) {
     while (simulator.isRunning() && !isStopped) {
         systemClock().sleep(20ms);
         if (!printState) continue;
-        const sim::CommandReport commands = simulator.commands(seen);
+        const sim::CommandTally commands = simulator.commands(seen);
         if (commands.count() != seen) reportCommands(commands, true);
         seen = commands.count();
     }
@@ -85,13 +85,11 @@ void watch(const sim::LiveSimulator& simulator, bool printState) {
 }  // namespace
 
 std::optional<TcpPlace> parseTcpPlace(const std::string& text) {
-    const std::size_t colon = text.rfind(':');
-    const std::string digits = colon == std::string::npos ? text : text.substr(colon + 1);
-    const std::string address = colon == std::string::npos ? "127.0.0.1" : text.substr(0, colon);
-    constexpr long kHighestPort = 65535;
-    const bool isNumber = !digits.empty() && digits.find_first_not_of("0123456789") == std::string::npos;
-    if (address.empty() || !isNumber || parseInteger(digits) > kHighestPort) return std::nullopt;
-    return TcpPlace{address, static_cast<std::uint16_t>(parseInteger(digits))};
+    constexpr long kFreePort = 0;
+    const std::string whole = text.find(':') == text.npos ? "127.0.0.1:" + text : text;
+    const auto place = hostAndPort(whole, kFreePort);
+    if (!place || place->host.empty()) return std::nullopt;
+    return TcpPlace{std::string(place->host), place->port};
 }
 
 std::string checkTcpPlace(const std::string& text) {
@@ -148,7 +146,7 @@ int simulateLive(const LiveSimulation& choice) {
     watch(simulator, choice.printState);
     simulator.stop();
     report(simulator.address(), simulator.totals());
-    const sim::CommandReport commands = simulator.commands();
+    const sim::CommandTally commands = simulator.commands();
     if (commands.count() == 0) return kDone;
     reportTotalOfCommands(commands);
     reportCommands(commands, false);

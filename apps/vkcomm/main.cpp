@@ -8,7 +8,7 @@
 int main(int argc, char** argv) {
     using namespace vkcomm;
     prepareStandardStreams();
-    argv = utf8Arguments(argv);
+    argv = utf8Arguments(argc, argv);
     hideSecrets(argc, argv);
 
     CLI::App app("Talk to GNSS receivers.", "vkcomm");

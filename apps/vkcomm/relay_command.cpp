@@ -170,6 +170,11 @@ std::string checkGgaEvery(const std::string& text) {
     return every && *every > 0s && *every < 1s ? text + " is below 1s" : checkDuration(text);
 }
 
+// A range alone lets "nan" pass.
+std::string checkNumber(const std::string& text) {
+    return text.find_first_not_of("0123456789.") == text.npos ? "" : text + " is no number of seconds";
+}
+
 }  // namespace
 
 void addRelay(CLI::App& app, Run& run) {
@@ -185,6 +190,7 @@ void addRelay(CLI::App& app, Run& run) {
         ->capture_default_str();
     verb->add_option("--leap-seconds", options->leapSeconds,
                      "GPS time minus UTC, for receivers that tell GPS time")
+        ->check(checkNumber)
         ->check(CLI::Range(0.0, 1000.0))
         ->capture_default_str();
     verb->add_option(

@@ -18,7 +18,7 @@ struct Options {
 };
 
 constexpr const char* kFooter =
-    R"(The settings are those of vkcomm settings new rover (rover-javad for Javad receivers).
+    R"(The settings are those of vkcomm settings new rover (rover-javad for Javad receivers). --family is needed here.
   vkcomm rover sim:oem4 --family novatel
   vkcomm rover --dry-run --family javad --set uDifFormat=1 --set fElevMask=10)";
 
@@ -27,7 +27,7 @@ int rover(const Options& options) {
     if (!target) return kWrongUsage;
     const std::string_view kind = roverSettingsKind(*target);
     if (kind.empty()) {
-        complain(std::string(target->family) + " receivers have no known rover setup");
+        complain(receiversText(*target) + " have no known rover setup");
         return kWrongUsage;
     }
     int status = kDone;

@@ -1,7 +1,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "apps/vkcomm/command_options.h"
+#include "apps/vkcomm/command_run.h"
 #include "apps/vkcomm/commands.h"
 #include "host/receiver_commands.h"
 
@@ -12,7 +12,7 @@ namespace {
 struct Options {
     CommandChoice command;
     std::string text;
-    std::string hex;
+    std::optional<std::string> hex;
 };
 
 constexpr const char* kFooter =
@@ -26,11 +26,11 @@ int send(const Options& options) {
     CommandChoice choice = options.command;
     std::string text = options.text;
     // Without a port the only argument is the text.
-    if (choice.dryRun && options.hex.empty() && text.empty()) text = std::exchange(choice.url, {});
+    if (choice.dryRun && !options.hex && text.empty()) text = std::exchange(choice.url, {});
+    if (options.hex.value_or(text).empty()) return wrongUsage("say what to send: a text in quotes, or --hex");
     CommandJob job;
     job.build = [&](const CommandTarget& target, std::string& error) {
-        return options.hex.empty() ? textCommand(target, text, error)
-                                   : hexCommand(target, options.hex, error);
+        return options.hex ? hexCommand(target, *options.hex, error) : textCommand(target, text, error);
     };
     return runCommands(choice, job);
 }
@@ -42,7 +42,7 @@ void addSend(CLI::App& app, Run& run) {
     CLI::App* verb = app.add_subcommand("send", "Send a command to a receiver and show its answer");
     verb->footer(kFooter);
     addCommandOptions(*verb, options->command);
-    auto* text = verb->add_option("TEXT", options->text, "The command");
+    auto* text = verb->add_option("TEXT", options->text, "The command, one argument: in quotes");
     verb->add_option("--hex", options->hex, "Bytes instead of a text, as hexadecimal digits")->excludes(text);
     verb->callback([options, &run] { run = [options] { return send(*options); }; });
 }

@@ -109,9 +109,8 @@ void addSimulate(CLI::App& app, Run& run) {
     CLI::App* verb =
         app.add_subcommand("simulate", "Write what a simulated receiver sends, or stream it live");
     verb->footer(kFooter);
-    std::vector<std::string> families;
-    for (const sim::Family& family : sim::families())
-        families.emplace_back(family.name);
+    const auto names = sim::liveFamilies();
+    const std::vector<std::string> families(names.begin(), names.end());
     const CLI::Option* const family = verb->add_option("FAMILY", options->recording.family, "Receiver family")
                                           ->check(CLI::IsMember(families));
     verb->add_option("-o,--output", options->path, "File to write; - is standard output")->group(kFileGroup);

@@ -473,8 +473,8 @@ TEST_F(TrimblePortTest, TellsHowMuchOfASequenceItTook) {
     CRoverConfig rover;
     port.vSetBaseStation(&config, kPosition, L"", OEM_NOVATEL);
     port.vSetRoverStation(&rover, OEM_NOVATEL);
-    EXPECT_EQ(port.bBaseFixed(), 0);
-    EXPECT_EQ(port.bRoverMode(), 0);
+    EXPECT_EQ(port.bBaseFixed(), 0) << "no position was sent";
+    EXPECT_EQ(port.bRoverMode(), 1);
 }
 
 TEST(TrimblePort, NumberOfSixBytes) {

@@ -34,13 +34,29 @@ struct Turn {
     std::optional<std::size_t> unpluggedAfter = {};
 };
 
+// It is a second later whenever somebody looks.
+class HastyClock final : public Clock {
+public:
+    std::chrono::milliseconds now() override { return ++m_looks * 1s; }
+
+    void sleep(std::chrono::milliseconds) override {}
+
+    bool wait(Event& event, std::chrono::milliseconds) override { return event.isSet(); }
+
+    int looks() const { return m_looks; }
+
+private:
+    std::atomic<int> m_looks = 0;
+};
+
 // A receiver at the other end of the line. Writes beyond the script are taken in silence.
 class ScriptedReceiver final : public CommDevice {
 public:
     std::deque<Turn> turns;
     std::deque<std::string> pieces;  // to be read; at first what comes before any command
     std::string taken;
-    std::vector<std::uint32_t> rates;  // that the line was set to
+    std::vector<std::uint32_t> rates;    // that the line was set to
+    std::function<void()> beforeTaking;  // of each write
 
     bool open(const std::wstring&, std::uint32_t) override { return true; }
 
@@ -92,6 +108,7 @@ public:
     }
 
     bool write(ByteSpan bytes, std::size_t& written) override {
+        if (beforeTaking) beforeTaking();
         Turn turn;
         change([&] {
             if (!turns.empty()) {
@@ -157,6 +174,7 @@ struct Given {
     bool isGood = false;
     bool isStopped = false;  // by the user, behind the first answer
     int linePort = 0;
+    Clock* clock = &systemClock();
 
     Given& run(const CommandTarget& to, const CommandSteps& steps, std::chrono::milliseconds wait = 30s) {
         OneDevice device(receiver);
@@ -172,7 +190,7 @@ struct Given {
         tell.chunk = [this](const LineChunk& chunk) {
             line += (chunk.isSent ? "> " : "< ") + std::string(textOf(chunk.bytes)) + "|";
         };
-        RunnerOptions running{wait};
+        RunnerOptions running{wait, clock};
         running.linePort = linePort;
         bool hasEnded = false;
         tell.ends = [&](const auto&, const auto&) { hasEnded = true; };
@@ -277,6 +295,18 @@ TEST(CommandRunner, KnowsTheAnswersOfEachFamily) {
          {"ER00D%a%{4,wrong}\r\n"},
          kRefused,
          "ER00D%a%{4,wrong}"},
+        {"javad, about another",
+         target("javad"),
+         "%b%set,x,1",
+         {"ER00D%a%{4,wrong}\r\n", "RE003%b%\r\n"},
+         kAnswered,
+         "RE003%b%"},
+        {"tsip, among others",
+         target("tsip"),
+         "x101F1003",
+         {"\x10\x41\x45\x10\x03\x10", "\x45\x10\x10\x03\x10\x03"},
+         kAnswered,
+         "packet 45h data=1003"},
         {"javad, only errors answer", target("javad"), "set,x,1", {}, kSent, ""},
         {"thales", target("thales"), "$PASHS,SPD,A,5", {"$PASHR,ACK*3D\r\n"}, kAnswered, "$PASHR,ACK*3D"},
         {"thales, refused",
@@ -392,6 +422,33 @@ TEST(CommandRunner, WaitsForTheRecordThatWasAskedFor) {
     EXPECT_THAT(asked.answers(), ElementsAre(HasSubstr("RSERIAL serial=00000000")));
 }
 
+TEST(CommandRunner, GivesManyBytesTheTimeThatTheyNeed) {
+    HastyClock clock;
+    Given given;
+    given.clock = &clock;
+    given.receiver->turns = {{{kOk}}};
+    given.receiver->beforeTaking = [&clock] {  // longer than a line may take
+        while (clock.looks() < 15)
+            std::this_thread::yield();
+    };
+    std::string digits, error;
+    for (int i = 0; i < 60'000; ++i)
+        digits += "5A";
+    given.run(target("novatel"), hexCommand(target("novatel"), digits, error).value_or(CommandSteps{}), 10h);
+    EXPECT_EQ(given.outcomes(), Outcomes{kAnswered}) << given.results.front().problem;
+}
+
+TEST(CommandRunner, KeepsNoFloodOfAnswers) {
+    const CommandTarget to = target("novatel");
+    Given given;
+    given.receiver->turns = {{Texts(500, kOk)}};
+    given.receiver->turns.front().replies.push_back(kBestpos);
+    given.run(to, textsFor(to, {"log bestposb once"}));
+    EXPECT_EQ(given.outcomes(), Outcomes{kAnswered});
+    EXPECT_EQ(given.answers().size(), 101U);
+    EXPECT_THAT(given.answers().back(), HasSubstr("BESTPOS"));
+}
+
 TEST(CommandRunner, GoesOnBehindARefusalAndStopsAtSilence) {
     const CommandTarget to = target("novatel");
     Given given;
@@ -450,14 +507,26 @@ TEST(CommandRunner, FollowsTheRateOfThePortThatTheLineEndsAt) {
     named.run(to, two);
     EXPECT_EQ(named.receiver->rates.back(), 57600U);
     EXPECT_EQ(named.results.back().lineRate, 57600);
+    for (const char* family : {"trimble", "csi"}) {  // by the file's number, and without a word
+        Given other;
+        other.linePort = receiverPort(target(family), "0", error).value_or(0);
+        other.receiver->turns = {{{family[0] == 't' ? "\x06" : "$>\r\n"}}};
+        const Configuration baud{.action = "baud", .port = "0", .baud = 57600};
+        other.run(target(family), configurationSteps(target(family), baud, error).value_or(CommandSteps{}));
+        EXPECT_EQ(other.outcomes(), Outcomes{kAnswered});
+        EXPECT_EQ(other.receiver->rates.back(), 57600U) << family;
+    }
     Given lost;
     lost.run(to, *steps, 100ms);
-    EXPECT_THAT(lost.results[0].problem, HasSubstr("--line-port, and ?baud=57600 from now on"));
     EXPECT_EQ(lost.outcomes(), Outcomes{kSilent});
-    EXPECT_THAT(lost.results[0].problem, HasSubstr("port 2 of the receiver was set to 57600 bit/s"));
-    EXPECT_EQ(receiverPort(to, "com2", error), 2);
-    EXPECT_EQ(receiverPort(target("javad"), "b", error), 2);
-    EXPECT_FALSE(receiverPort(target("trimble"), "1", error));
+    EXPECT_THAT(lost.results[0].problem,
+                HasSubstr("port com2 of the receiver was set to 57600 bit/s: a line that "
+                          "ends there needs --line-port, and ?baud=57600 from now on"));
+    for (const auto& [family, port] : {std::pair{"novatel", "com2"}, {"javad", "b"}, {"trimble", "1"}}) {
+        EXPECT_EQ(receiverPort(target(family), port, error), 2);
+        EXPECT_EQ(portName(target(family), 2), port);
+    }
+    EXPECT_FALSE(receiverPort(target("csi"), "1", error));
 }
 
 TEST(CommandPlan, PutsResetsFirstAndKeepsFramesTogether) {
@@ -490,7 +559,6 @@ TEST(CommandPlan, PutsResetsFirstAndKeepsFramesTogether) {
                                        {"javad", "x2525696E69742C2F6465762F6E766D2F61 0d0a"},
                                        {"thales", "x24 5041534853 2C 494E49 0d0a"},
                                        {"tsip", "x101E461003"},
-                                       {"maker", "RZ,Sfreset"},
                                        {"maker", "x2424525A 0106 020058005803 0F 0d0a"}}) {
         const CommandTarget to = target(family);
         const bool isHex = text[0] == 'x';
@@ -534,6 +602,7 @@ TEST(ReceiverCommands, RefuseWhatCannotBeSent) {
         {"novatel", "ecutoff 5\r\nfreset", "control characters"},
         {"maker", "1,B2", "two letters"},
         {"maker", "RZ,S" + std::string(248, 'x'), "too long"},
+        {"maker", "RZ,Sfreset", "--type 5 or 6"},
         {"trimble", "hello", "no text commands"},
     };
     for (const Case& c : cases) {
@@ -600,8 +669,16 @@ TEST(StationSetup, GivesTheSameBytesInEveryLocale) {
             CommandReport report;
             for (const vkcomm::Command& command : planOf(to, steps.value_or(CommandSteps{})))
                 bytes += report.begin(command) + CommandReport().json(command, nullptr);
+            const auto baud = configurationSteps(to, {.action = "baud", .port = "2", .baud = 115200}, error);
+            for (const CommandStep& step : baud.value_or(CommandSteps{}))
+                bytes += textOf(step.bytes);
         }
-        return bytes + markLines(*mark, CAntType());
+        CRoverConfig rover;
+        rover.fElevMask = 12.5F;
+        for (const CommandStep& step :
+             roverSteps(target("novatel"), {&rover, 2, 1}, error).value_or(CommandSteps{}))
+            bytes += textOf(step.bytes);
+        return bytes + markLines(*mark, CAntType()) + markJson(*mark, CAntType());
     };
     const std::string plain = everything();
     EXPECT_THAT(plain, HasSubstr("fix position 51.12345679 -7.25000000 1123.400"));

@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <mutex>
+#include <utility>
 
 #include "host/byte_text.h"
 #include "host/relay_report.h"
@@ -43,8 +44,11 @@ public:
         return true;
     }
 
+    LostBlocks takeLost() override { return std::exchange(lost, {}); }
+
     int places = 1000;
     bool isDeaf = false;
+    LostBlocks lost;
     Texts sent;
 };
 
@@ -130,6 +134,21 @@ TEST_F(Relay, ABlockThatIsNotTakenIsKept) {
     EXPECT_THAT(sent(), ElementsAre("a10b10"));
 }
 
+TEST_F(Relay, WhatItsRoadLosesWasNotSent) {
+    take('a', 300);
+    relay.turn(now);
+    take('b', 20);
+    relay.turn(now);
+    road.lost = {1, 20};
+    EXPECT_FALSE(relay.turn(now));
+    EXPECT_EQ(relay.counters().sentBytes, 300U);
+    EXPECT_EQ(relay.counters().lostBlocks, 1U);
+    road.lost = {1, 300};
+    relay.dropAll();
+    EXPECT_EQ(relay.counters().lostBytes, 320U) << "in the end, too";
+    EXPECT_EQ(relay.counters().sentBlocks, 0U);
+}
+
 TEST_F(Relay, SaysWhenMoreShouldWait) {
     road.places = 0;
     take('a', CorrectionRelay::kMostWaiting - 1);
@@ -160,7 +179,7 @@ TEST_F(Relay, DoesNotLagBehindForLong) {
         if (road.sent.size() == seen) continue;
         seen = road.sent.size();
         const auto gone = relay.counters().sentBytes + relay.counters().droppedBytes;
-        if (step > 400) lag = std::max(lag, now - inside[gone / kPiece - 1]);
+        if (step > 400) lag = std::max(lag, now - inside[static_cast<std::size_t>(gone / kPiece - 1)]);
     }
     EXPECT_LE(lag, 4s);
     EXPECT_TRUE(outside.empty());
@@ -180,25 +199,34 @@ TEST_F(Relay, DoesNotLagBehindForLong) {
 struct PortRoad : testing::Test {
     FakeClock clock;
     FakeDevices devices;
-    std::shared_ptr<FakeDevice> device = devices.add();
+    std::shared_ptr<FakeDevice> device;
     CTrimblePort port;
-    const std::string block = std::string(1100, 'x');
+    std::string block;
 
     PortRoad() {
         port.vSetClock(clock);
         port.vSetDevices(devices);
-        device->passes = {vkcomm::block()};
+        for (int i = 0; i < 1100; ++i)
+            block += static_cast<char>(i * 7 % 253);
     }
 
-    ~PortRoad() override { device->free(); }
+    ~PortRoad() override {
+        if (device) device->free();
+    }
+
+    void open(std::deque<WriteStep> writes = {}) {
+        device = devices.add();
+        device->passes = {vkcomm::block()};
+        device->writes = std::move(writes);
+        ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    }
 };
 
 TEST_F(PortRoad, ThePlainRoadKeepsTwoInTheQueue) {
-    device->writes = {{WriteStep::kBlock, 0}};
     const auto road = makePortSink(port, OEM_NOVATEL);
     EXPECT_FALSE(road->isFree()) << "the port is closed";
     EXPECT_FALSE(road->send(spanOf(block)));
-    ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    open({{WriteStep::kBlock, 0}});
     for (int i = 0; i < 2; ++i) {
         EXPECT_TRUE(road->isFree());
         EXPECT_TRUE(road->send(spanOf(block)));
@@ -211,12 +239,13 @@ TEST_F(PortRoad, TheSlowRoadsTakeOneBlockWhileTheQueueIsEmpty) {
         GPSOEMTYPE type;
         std::string begin;  // of a piece
         std::size_t size;
+        std::size_t head, tail;  // of a frame, around its corrections
     };
 
-    ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    open();
     std::size_t written = 0;
-    for (const Case& c :
-         {Case{OEM_NOVATEL_5, "$$VD", 64}, Case{OEM_TYPE_11, "$$RZ", 64}, Case{OEM_TYPE_13, "xxxx", 55}}) {
+    for (const Case& c : {Case{OEM_NOVATEL_5, "$$VD", 64, 6, 3}, Case{OEM_TYPE_11, "$$RZ", 64, 6, 3},
+                          Case{OEM_TYPE_13, "", 55, 0, 0}}) {
         const auto road = makePortSink(port, c.type);
         EXPECT_TRUE(road->isFree());
         EXPECT_TRUE(road->send(spanOf(block)));
@@ -224,21 +253,77 @@ TEST_F(PortRoad, TheSlowRoadsTakeOneBlockWhileTheQueueIsEmpty) {
         EXPECT_EQ(port.nQueueDepth(), 20) << "none of the pieces is more than the writer takes";
         EXPECT_THAT(clock.passNext(20), testing::Each(50));
         device->awaitWrites(written += 20);
-        EXPECT_EQ(device->written().back().substr(0, 4), c.begin);
-        EXPECT_EQ(device->written().back().size(), c.size);
+        std::string carried;
+        for (std::size_t i = written - 20; i < written; ++i) {
+            const std::string piece = device->written()[i];
+            EXPECT_EQ(piece.substr(0, c.begin.size()), c.begin);
+            EXPECT_EQ(piece.size(), c.size);
+            carried += piece.substr(c.head, piece.size() - c.head - c.tail);
+        }
+        EXPECT_EQ(carried, block);
         while (!road->isFree())
             std::this_thread::yield();
     }
     EXPECT_EQ(port.Counters().skipped, 0U);
 }
 
+TEST_F(PortRoad, WhatThePortDiscardsIsLost) {
+    constexpr WriteStep kWhole{WriteStep::kWhole, 0}, kFails{WriteStep::kFail, 0},
+        kHangs{WriteStep::kBlock, 0};
+    std::deque<WriteStep> failsBehindABlock(20, kWhole);
+    failsBehindABlock.push_back(kFails);
+
+    struct Case {
+        const char* name;
+        std::optional<GPSOEMTYPE> type;
+        std::deque<WriteStep> writes;
+        int pauses;  // behind pieces, before the failure
+        std::uint64_t sent, lost;
+    };
+
+    for (const Case& c :
+         {Case{"all is well", {}, {kWhole, kWhole}, 0, 1600, 0},
+          Case{"the second fails", {}, {kWhole, kFails}, 0, 1100, 500},
+          Case{"the second is cut short", {}, {kWhole, {WriteStep::kShort, 9}}, 0, 1100, 500},
+          Case{"the first fails", {}, {kFails, kWhole}, 0, 500, 1100},
+          Case{"closed in the middle", {}, {kHangs}, 0, 0, 1600},
+          Case{"the fourth frame fails", OEM_NOVATEL_5, {kWhole, kWhole, kWhole, kFails}, 3, 0, 1100},
+          Case{"a frame of the second fails", OEM_NOVATEL_5, failsBehindABlock, 20, 1100, 500},
+          Case{"a piece fails", OEM_TYPE_13, {kWhole, kFails}, 1, 0, 1100}}) {
+        SCOPED_TRACE(c.name);
+        open(c.writes);
+        const auto road = makePortSink(port, c.type);
+        CorrectionRelay relay(*road, 3s);
+        const bool hangs = c.writes[0].kind == WriteStep::kBlock;
+        const auto awaitWriter = [&] {
+            device->awaitWriteBegun();
+            while (!hangs && port.nQueueDepth() > 0)
+                std::this_thread::yield();
+        };
+        relay.take({block, -1}, 1s);
+        EXPECT_TRUE(relay.turn(1s));
+        clock.passNext(c.pauses);
+        awaitWriter();
+        if (c.sent + c.lost > block.size()) {
+            relay.take({block.substr(0, 500), -1}, 1s);
+            EXPECT_TRUE(relay.turn(1s));
+            awaitWriter();
+        }
+        auto closing = std::async(std::launch::async, [this] { port.vClosePort(); });
+        if (hangs) clock.passNext(10);
+        closing.wait();
+        relay.turn(1s);
+        EXPECT_EQ(relay.counters().sentBytes, c.sent);
+        EXPECT_EQ(relay.counters().lostBytes, c.lost);
+    }
+}
+
 TEST_F(PortRoad, ACasterFeedsAPort) {
     // A look-up may outlast who asked for it, so what it asks is never gone.
-    CloseWSA();  // what another test has left on would stay
     static auto& wire = *new test::Wire;
     static auto& network = *new test::FakeNetwork(wire);
     wire.arrivals = {{0, "ICY 200 OK\r\n\r\n"}, {0, std::string(2000, 'a')}, {0, std::string(500, 'b')}};
-    ASSERT_EQ(port.bOpenPort(nullptr, 3, 9600), 1);
+    open();
     std::string error;
     CasterRelayOptions options;
     options.caster.version = NtripVersion::k1;
@@ -272,16 +357,18 @@ TEST(RelayReport, TellsWhatFlows) {
     status.caster.bytes = 12'345;
     status.messages = {{1004, 12}, {1012, 11}};
     status.badChecks = 1;
-    status.relay = {30, 12'000, 2, 345};
+    status.relay = {30, 12'000, 2, 345, 1, 55};
     status.age = 400ms;
     ReceiverSnapshot receiver;
     receiver.quality = 4;
     receiver.satellitesUsed = 9;
     EXPECT_EQ(relayLine(status, receiver),
-              "streaming  12.3 kB  1004:12 1012:11 1 damaged  age 0.4 s  dropped 2 blocks"
+              "streaming  12.3 kB  1004:12 1012:11 1 damaged  age 0.4 s  dropped 2 blocks  lost 1 blocks"
               "  receiver: RTK fixed, 9 satellites");
+    const std::string json = relayJson(status, receiver, std::chrono::system_clock::time_point{});
+    EXPECT_THAT(json, testing::StartsWith(R"({"utc":"1970-01-01T00:00:00.000Z","state":"streaming",)"));
     EXPECT_THAT(
-        relayJson(status, receiver),
+        json,
         HasSubstr(
             R"("messages":[{"number":1004,"count":12},{"number":1012,"count":11}],"damaged":1,"age_s":0.400)"));
     for (int type = 1001; type < 1020; ++type)

@@ -118,6 +118,7 @@ TEST(CasterUrl, TakesItsFormsAndNoOther) {
              Case{"ntrip://me:/x@h", ""},
              Case{"http://a/M", ""},
              Case{"ntrip:///M", ""},
+             Case{"ntrip://[::1]:2101/M", ""},
              Case{"ntrip://a:0/M", ""},
              Case{"ntrip://a:65536/M", ""},
              Case{"ntrip://a/M%0d%0aX", ""},
@@ -211,6 +212,34 @@ TEST(Rtcm3Scanner, CutsBetweenMessagesAndLosesNothing) {
         EXPECT_EQ(messages, (std::vector<int>{1004, 1012, 1033}));
         EXPECT_EQ(scanner.badChecks(), 1U);
     }
+}
+
+TEST(Rtcm3Scanner, HoldsNothingBackOutOfStep) {
+    Rtcm3Scanner scanner;
+    std::vector<CorrectionBlock> blocks;
+    const auto given = [&](const std::string& bytes) {
+        std::string joined;
+        blocks.clear();
+        scanner.feed(bytes, blocks);
+        for (const CorrectionBlock& block : blocks)
+            joined += block.bytes;
+        return joined;
+    };
+    const std::string other = "\x02\x93 like a frame: \xD3\x03\xFF!";
+    for (int i = 0; i < 100; ++i)
+        EXPECT_EQ(given(other), other);
+    EXPECT_EQ(scanner.badChecks(), 0U);
+    given(std::string(Rtcm3Scanner::kLongestFrame, '.'));
+
+    const std::string one = message(1004);
+    EXPECT_EQ(given(one.substr(0, 4)), one.substr(0, 4)) << "nothing is known of the stream yet";
+    EXPECT_EQ(given(one.substr(4)), one.substr(4));
+    EXPECT_EQ(blocks.back().message, 1004);
+    EXPECT_EQ(given(one.substr(0, 4)), "");
+    EXPECT_EQ(given(one.substr(4) + "\xD3"), one);
+    EXPECT_EQ(given(std::string(Rtcm3Scanner::kMostOthers, '.')).size(), Rtcm3Scanner::kMostOthers + 1);
+    EXPECT_EQ(given("\xD3\x03"), "\xD3\x03") << "no messages any more";
+    EXPECT_EQ(scanner.counts(), (std::map<int, std::uint64_t>{{1004, 2}}));
 }
 
 TEST(SourceTable, ReadsStreamsAndSortsByDistance) {

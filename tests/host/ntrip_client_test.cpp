@@ -518,6 +518,22 @@ TEST_F(Client, WhatHasComeOutlivesASendThatFails) {
     EXPECT_EQ(failures.front(), NtripFailure::kStreamBroken);
 }
 
+TEST_F(Client, ConnectsAnewThoughAPeerTakesNoPosition) {
+    wire.arrivals = {{0, "ICY 200 OK\r\n\r\nabc"}};
+    wire.sendsLeft = 1;
+    wire.sendsBlock = true;
+    NtripClient client(casterOf("ntrip://caster/M"), version(NtripVersion::k1), clock, &network);
+    ASSERT_TRUE(client.start());
+    pumpUntil(client, [&] { return wire.lastCall() == "send fails"; });
+    {
+        const std::lock_guard guard(wire.lock);
+        wire.sendsLeft = 1000;
+    }
+    clock.add(61s);
+    pumpUntil(client, [&] { return !failures.empty() && client.dialogue().state() == NtripState::kAsked; });
+    EXPECT_THAT(failures, ElementsAre(NtripFailure::kSilent));
+}
+
 TEST_F(Client, StopsAndStartsAgain) {
     wire.arrivals = {{0, "ICY 200 OK\r\n\r\n\xD3" + std::string(1, '\0')}};
     NtripClient client(casterOf("ntrip://caster/M"), version(NtripVersion::k1), clock, &network);
@@ -581,6 +597,8 @@ TEST_F(Client, WaitsWhileThereIsNoRoom) {
 TEST_F(Client, MayBeDestroyedAtAnyTime) {
     // A look-up may outlast its client, so what it asks is never gone.
     static test::FakeNetwork& resolver = *new test::FakeNetwork(*new test::Wire);
+    CloseWSA();
+    StartWSA(network);  // which gives the sockets
     for (const bool connectBlocks : {true, false})
         for (int turns = 0; turns < 40; ++turns) {
             {

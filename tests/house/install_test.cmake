@@ -27,7 +27,7 @@ separate_arguments(flags)
 get_filename_component(lib_dir ${pkgconfig_dir} DIRECTORY)
 run(${CXX} -std=c++20 ${SOURCE_DIR}/examples/positions.cpp -o ${work}/example/positions_pkgconfig ${flags} -Wl,-rpath,${lib_dir})
 
-# Every header that is installed can be included by itself, and with what is installed alone.
+# The headers that are installed need nothing that is not.
 file(GLOB_RECURSE headers RELATIVE ${work}/prefix/include ${work}/prefix/include/*.h)
 list(TRANSFORM headers PREPEND "#include <")
 list(TRANSFORM headers APPEND ">\n")

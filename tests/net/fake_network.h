@@ -31,6 +31,7 @@ struct Wire {
     bool interrupted = false;
     int mostPerSend = 1 << 20;
     int sendsLeft = 1 << 20;
+    bool sendsBlock = false;  // those that are too many wait until they are interrupted; else they fail
     std::function<void()> onResolve = [] {};
     std::string sent;
     std::vector<std::string> calls;
@@ -82,8 +83,12 @@ public:
     }
 
     int send(ByteSpan bytes) override {
-        const std::lock_guard guard(m_wire.lock);
-        if (m_wire.sendsLeft-- <= 0) return -1;
+        std::unique_lock guard(m_wire.lock);
+        if (m_wire.sendsLeft-- <= 0) {
+            m_wire.calls.emplace_back("send fails");
+            m_wire.changed.wait(guard, [this] { return !m_wire.sendsBlock || m_wire.interrupted; });
+            return -1;
+        }
         const auto count = std::min(bytes.size(), static_cast<std::size_t>(m_wire.mostPerSend));
         m_wire.sent.append(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(count));
         return static_cast<int>(count);
@@ -111,7 +116,11 @@ private:
 
 class FakeNetwork final : public Network {
 public:
-    explicit FakeNetwork(Wire& wire) : m_wire(wire) { StartWSA(*this); }
+    // In place of the network that another test has left on.
+    explicit FakeNetwork(Wire& wire) : m_wire(wire) {
+        CloseWSA();
+        StartWSA(*this);
+    }
 
     ~FakeNetwork() override { CloseWSA(); }
 

@@ -123,6 +123,7 @@ TEST_F(Writing, ACommandThatWasBegunIsFinished) {
     device->awaitWrites(4);
     EXPECT_THAT(device->written(), ElementsAre("a1", "a", "a", "end"));
     EXPECT_EQ(port.Counters().skipped, 28u);
+    EXPECT_EQ(port.Counters().discarded, 28u);
 }
 
 struct FailureCase {
@@ -138,6 +139,7 @@ TEST_F(Writing, AFailureDropsTheQueueAndTheWriterGoesOn) {
     };
     for (const FailureCase& each : cases) {
         FakeOwner messages;
+        const std::uint64_t before = port.Counters().discarded;
         const auto device = deviceWith({});
         device->writes = {{WriteStep::kWhole, 0}, each.step};
         ASSERT_EQ(port.InitPort(&messages, kPort, 9600), 1);
@@ -147,11 +149,15 @@ TEST_F(Writing, AFailureDropsTheQueueAndTheWriterGoesOn) {
         port.vSetWriteEvent();
         EXPECT_THAT(messages.await(1), ElementsAre(errorMessage(WM_PORT_WRITE_ERROR))) << each.name;
         EXPECT_EQ(port.nQueueDepth(), 0) << each.name;
+        const std::uint64_t discarded = port.Counters().discarded;
+        EXPECT_EQ(discarded - before, 8u) << each.name << ": two and three";
         EXPECT_EQ(port.LastError().code, each.code) << each.name;
         write("four");
         device->awaitWrites(each.step.kind == WriteStep::kShort ? 3 : 2);
         EXPECT_EQ(device->written().back(), "four") << each.name;
+        add("never", 0, 0);
         port.vClosePort();
+        EXPECT_EQ(port.Counters().discarded - discarded, 5u) << each.name;
     }
 }
 

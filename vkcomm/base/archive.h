@@ -44,7 +44,7 @@ enum class ArchiveFault {
     kWrongDirection,  // a load from an archive that stores or the other way round
 };
 
-struct ArchiveError {
+struct VKCOMM_API ArchiveError {
     ArchiveFault fault = ArchiveFault::kNone;
     std::size_t offset = 0;  // of the tag or value that failed, in bytes from the front
     std::string what;        // in English, for a person

@@ -67,7 +67,8 @@ public:
     // 1 once the port has taken the first step of a NovAtel base setup, all of it.
     int bBaseFixed() const { return m_baseFixed; }
 
-    // 1 once it has taken a NovAtel rover setup, 0 again once it has taken the second step of a base setup.
+    // 1 behind a NovAtel rover setup, 0 behind the second step of a base setup; also when the port has not taken them,
+    // which nSendSteps would tell.
     int bRoverMode() const { return m_roverMode; }
 
     // --- Frames
@@ -206,7 +207,6 @@ private:
 
     void vSetBaseStationNovatel(GPSOEMTYPE eType, const CBaseConfig* pConfig, const BLH& position);
 
-    bool takesAll(const CommandSteps& steps);
     int awaitRateChange();
     void followTo(int baud);
     void sendCommand(const TrimbleCommand& command);

@@ -16,16 +16,16 @@ void CTrimblePort::vSetBaseStation(CBaseConfig* pConfig, const BLH& position, co
     }
 }
 
-bool CTrimblePort::takesAll(const CommandSteps& steps) {
-    return !steps.empty() && nSendSteps(steps) == static_cast<int>(steps.size());
-}
-
 void CTrimblePort::vSetBaseStationNovatel(GPSOEMTYPE eType, const CBaseConfig* pConfig, const BLH& position) {
-    if (pConfig && takesAll(novatelBasePosition(eType, *pConfig, position))) m_baseFixed = 1;
+    if (!pConfig) return;
+    const CommandSteps steps = novatelBasePosition(eType, *pConfig, position);
+    if (!steps.empty() && nSendSteps(steps) == static_cast<int>(steps.size())) m_baseFixed = 1;
 }
 
 void CTrimblePort::vSetBaseStationNovatel1(GPSOEMTYPE eType, const CBaseConfig* pConfig) {
-    if (pConfig && takesAll(novatelBaseOutput(eType, *pConfig, m_cmdSet))) m_roverMode = 0;
+    if (!pConfig) return;
+    nSendSteps(novatelBaseOutput(eType, *pConfig, m_cmdSet));
+    m_roverMode = 0;
 }
 
 void CTrimblePort::vSetBaseStationTrimble(CBaseConfig* pConfig, const BLH& position,
@@ -45,8 +45,9 @@ void CTrimblePort::vSetRoverStation(const CRoverConfig* pConfig, GPSOEMTYPE eTyp
     if (!pConfig) return;
     const SetupFamily family = setupFamily(eType);
     if (family == SetupFamily::kTrimble) nSendSteps(trimbleRover(m_receiverType, eType, *pConfig));
-    if (family == SetupFamily::kNovatel && takesAll(novatelRover(eType, *pConfig, m_cmdSet, m_ionosphere)))
-        m_roverMode = 1;
+    if (family != SetupFamily::kNovatel) return;
+    nSendSteps(novatelRover(eType, *pConfig, m_cmdSet, m_ionosphere));
+    m_roverMode = 1;
 }
 
 void CTrimblePort::vSetRoverStationJavad(const CRoverConfigJavad* pConfig) {

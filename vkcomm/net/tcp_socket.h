@@ -108,8 +108,8 @@ public:
     CSockAddrIn SenderAddress() const;
 
 private:
-    struct Link;
-    struct Session;
+    struct VKCOMM_NO_EXPORT Link;
+    struct VKCOMM_NO_EXPORT Session;
 
     void copySettings(const CCESocket& other);
     bool startReader(const std::shared_ptr<Session>& session);

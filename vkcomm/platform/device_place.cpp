@@ -3,6 +3,7 @@
 #include <string_view>
 
 #include "vkcomm/platform/port_map.h"
+#include "vkcomm/util/hex_digit.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
@@ -10,13 +11,6 @@ namespace vkcomm {
 namespace {
 
 constexpr std::string_view kDigits = "0123456789";
-
-int hexDigit(char text) {
-    constexpr std::string_view kHexDigits = "0123456789abcdef";
-    const char lower = text >= 'A' && text <= 'F' ? static_cast<char>(text - 'A' + 'a') : text;
-    const std::size_t at = kHexDigits.find(lower);
-    return at == std::string_view::npos ? -1 : static_cast<int>(at);
-}
 
 std::optional<BluetoothAddress> parseAddress(std::string_view text) {
     BluetoothAddress address{};

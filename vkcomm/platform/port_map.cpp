@@ -1,19 +1,24 @@
 #include "vkcomm/platform/port_map.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "vkcomm/platform/serial_ports.h"
 #include "vkcomm/util/numbers.h"
 
 namespace vkcomm {
 
 namespace {
 
-constexpr unsigned int kStandardPorts = 32;
+constexpr unsigned int kStandardPorts = 256;
 constexpr unsigned int kFirstFree = 5;
 constexpr unsigned int kBluetoothDriver = 128;  // the number of "STR1:" in messages
 
 }  // namespace
+
+PortMap::PortMap() : PortMap([] { return listSerialPorts(); }) {}
+
+PortMap::PortMap(std::function<std::vector<SerialPortInfo>()> portsOfSystem)
+    : m_portsOfSystem(std::move(portsOfSystem)) {}
 
 void PortMap::map(unsigned int number, const std::string& place) {
     const std::scoped_lock lock(m_lock);
@@ -33,7 +38,8 @@ unsigned int PortMap::numberOf(const std::string& place) {
                                          [](const auto& each) -> const std::string& { return each.second; });
     if (found != m_places.end()) return found->first;
     for (unsigned int number = 1; number <= kStandardPorts; ++number)
-        if (!m_places.contains(number) && standardPortPath(number) == place) return number;
+        if (!m_places.contains(number) && number != kBluetoothDriver && standardPortPath(number) == place)
+            return number;
     const unsigned int number = freeNumber();
     m_places[number] = place;
     return number;
@@ -48,8 +54,13 @@ std::vector<std::string> PortMap::places() const {
 }
 
 unsigned int PortMap::freeNumber() const {
+    const std::vector<SerialPortInfo> ports = m_portsOfSystem();
+    const auto isTaken = [&](unsigned int number) {
+        return m_places.contains(number) || number == kBluetoothDriver ||
+               std::ranges::find(ports, standardPortPath(number), &SerialPortInfo::path) != ports.end();
+    };
     unsigned int number = kFirstFree;
-    while (m_places.contains(number) || number == kBluetoothDriver)
+    while (isTaken(number))
         ++number;
     return number;
 }

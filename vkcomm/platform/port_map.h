@@ -1,12 +1,14 @@
 // Which device a port number means.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <mutex>
 #include <string>
 #include <vector>
 
 #include "vkcomm/export.h"
+#include "vkcomm/platform/serial_ports.h"
 
 namespace vkcomm {
 
@@ -15,14 +17,19 @@ namespace vkcomm {
 // call any operation.
 class VKCOMM_API PortMap {
 public:
+    PortMap();
+    // portsOfSystem is asked in the system's place, from any thread, which ports there are.
+    explicit PortMap(std::function<std::vector<SerialPortInfo>()> portsOfSystem);
+
     // Makes number, from 1, mean place; what either meant before is forgotten.
     void map(unsigned int number, const std::string& place);
 
     // The place of a number: as mapped, else the standard port with that number (COM1 is /dev/ttyS0).
     std::string placeOf(unsigned int number) const;
 
-    // The number of a place. A place that has none gets a free one: 5 to 14 first, which hosts that ask for
-    // COM ports can list and which leave the usual standard ports alone.
+    // The number of a place: as mapped, else that of the standard port which it is, up to 256. A place that has none
+    // gets a free one, which no port of the system has: 5 to 14 first, which hosts that ask for COM ports can list and
+    // which leave the usual standard ports alone.
     unsigned int numberOf(const std::string& place);
 
     // Every place that was mapped or given a number.
@@ -31,6 +38,7 @@ public:
 private:
     unsigned int freeNumber() const;
 
+    const std::function<std::vector<SerialPortInfo>()> m_portsOfSystem;
     mutable std::mutex m_lock;
     std::map<unsigned int, std::string> m_places;
 };

@@ -14,7 +14,8 @@ VKCOMM_API bool isOutputTerminal();
 // process.
 VKCOMM_API void prepareStandardStreams();
 
-// The arguments of the program in UTF-8, argv being those of main; they live as long as the process.
-VKCOMM_API char** utf8Arguments(char** argv);
+// The arguments of the program in UTF-8, argc and argv being those of main; they live as long as the process. argc
+// becomes their number.
+VKCOMM_API char** utf8Arguments(int& argc, char** argv);
 
 }  // namespace vkcomm

@@ -15,7 +15,7 @@ namespace vkcomm {
 // therefore the one to close ports and sockets: closed elsewhere, they leave their messages in the queue.
 class VKCOMM_API WindowTarget final : public MessageTarget {
 public:
-    // An HWND, which the host owns.
+    // An HWND, which the host owns. Null: nobody gets anything.
     explicit WindowTarget(void* window) : m_window(window) {}
 
     void post(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam) override;

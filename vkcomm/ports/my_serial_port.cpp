@@ -26,7 +26,7 @@ unsigned long CMySerialPort::WriteToPort(const unsigned char* pData, unsigned lo
                                          unsigned long ulGroup, int bSetEvent) {
     const std::shared_ptr<PortSession> session = this->session();
     if (!session->isWriterRunning() || !session->device() || (!pData && ulLength > 0)) return 0;
-    session->queue().push(makeRequest(pData, ulLength, nDelay, ulGroup));
+    if (!session->queueRequest(makeRequest(pData, ulLength, nDelay, ulGroup))) return 0;
     if (bSetEvent) session->wakeWriter();
     return ulLength;
 }
@@ -37,7 +37,9 @@ void CMySerialPort::WriteToPort(const CSerialWrite* pWrite) {
 
 unsigned long CMySerialPort::AddToPort(const unsigned char* pData, unsigned long ulLength, int nDelay,
                                        unsigned long ulGroup) {
-    session()->queue().push(makeRequest(pData, ulLength, nDelay, ulGroup));
+    const std::shared_ptr<PortSession> session = this->session();
+    if (!session->queueRequest(makeRequest(pData, ulLength, nDelay, ulGroup)))
+        session->countDiscarded(ulLength);
     return ulLength;
 }
 

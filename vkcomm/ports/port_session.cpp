@@ -168,7 +168,7 @@ void PortSession::detach() {
     }
     for (std::thread& each : over)
         if (each.joinable()) each.join();
-    m_queue.clear();
+    m_queue.close(discards());
 }
 
 // The thread to join if its loop is over. Otherwise the thread goes its own way and is counted until it ends.

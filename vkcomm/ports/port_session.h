@@ -105,7 +105,12 @@ public:
 
     bool isWriterRunning() const { return m_writer.isRunning; }
 
-    WriteQueue& queue() { return m_queue; }
+    const WriteQueue& queue() const { return m_queue; }
+
+    // False once the session is closed.
+    bool queueRequest(WriteQueue::Request request) { return m_queue.push(std::move(request)); }
+
+    void countDiscarded(std::size_t bytes);
 
     // Wakes the writer; unless it has been woken and not begun yet.
     void wakeWriter();
@@ -179,7 +184,9 @@ private:
     void announce(std::size_t bytes);
     void reportReadError(CommDevice& device);
 
+    WriteQueue::Discard discards();
     bool serve(const WriteQueue::Head& head);
+    void passOver(const CSerialWrite& request);
     bool write(const CSerialWrite& request);
     void discardAll();
 

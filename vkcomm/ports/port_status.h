@@ -14,6 +14,7 @@ struct PortCounters {
     std::uint64_t overflowBytes = 0;  // bytes of those blocks; what was held counts as dropped in the decoder
     std::uint64_t written = 0;        // bytes the device has taken
     std::uint64_t skipped = 0;        // requests passed over under back-pressure
+    std::uint64_t discarded = 0;      // bytes of requests passed over, or cut short by a failure or a close
     std::uint64_t readErrors = 0;     // as many as WM_PORT_READ_ERROR
     std::uint64_t writeErrors = 0;    // as many as WM_PORT_WRITE_ERROR
     int threadsLeft = 0;              // threads that a close did not wait for and that have not ended yet

@@ -36,18 +36,30 @@ void PortSession::drain() {
     }
 }
 
+void PortSession::countDiscarded(std::size_t bytes) {
+    m_setup.meter->count([bytes](PortCounters& counters) { counters.discarded += bytes; });
+}
+
+WriteQueue::Discard PortSession::discards() {
+    return [this](std::size_t bytes) { countDiscarded(bytes); };
+}
+
 // Writes the request or passes over it; false on a failure.
 bool PortSession::serve(const WriteQueue::Head& head) {
     const unsigned long group = head.request->ulGroup();
     const WriteVerdict verdict = judgeRequest(group, head.depth, m_groups);
     if (verdict == WriteVerdict::kSkipNewGroup) m_groups.skipped = group;
-    if (verdict != WriteVerdict::kWrite)
-        m_setup.meter->count([](PortCounters& counters) { ++counters.skipped; });
+    if (verdict != WriteVerdict::kWrite) passOver(*head.request);
     if (verdict != WriteVerdict::kWrite || m_setup.kind == PortKind::kPlayback) return true;
     if (!write(*head.request)) return false;
     if (head.request->nDelay() > 0) pause(m_writer, Milliseconds(head.request->nDelay()));
     m_groups.lastWritten = group;
     return true;
+}
+
+void PortSession::passOver(const CSerialWrite& request) {
+    m_setup.meter->count([](PortCounters& counters) { ++counters.skipped; });
+    countDiscarded(request.Data().size());
 }
 
 bool PortSession::write(const CSerialWrite& request) {
@@ -66,7 +78,7 @@ bool PortSession::write(const CSerialWrite& request) {
 void PortSession::discardAll() {
     if (m_writer.stop.isSet()) return;  // the close has ended the write, and empties the queue itself
     m_groups = {};
-    m_queue.clear();  // before the message, so that what a host queues in answer to it stays
+    m_queue.clear(discards());  // before the message, so that what a host queues in answer to it stays
     m_setup.meter->count([](PortCounters& counters) { ++counters.writeErrors; });
     postError(WM_PORT_WRITE_ERROR);
 }

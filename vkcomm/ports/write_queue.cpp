@@ -10,9 +10,11 @@ constexpr std::size_t kDeepQueue = 20;
 
 }  // namespace
 
-void WriteQueue::push(Request request) {
+bool WriteQueue::push(Request request) {
     const std::scoped_lock lock(m_lock);
+    if (m_isClosed) return false;
     m_requests.push_back(std::move(request));
+    return true;
 }
 
 WriteQueue::Head WriteQueue::head() const {
@@ -26,10 +28,25 @@ void WriteQueue::pop(const Request& request) {
     if (!m_requests.empty() && m_requests.front() == request) m_requests.pop_front();
 }
 
-void WriteQueue::clear() {
+void WriteQueue::clear(const Discard& discard) {
     std::deque<Request> dropped;  // freed behind the lock
     const std::scoped_lock lock(m_lock);
-    m_requests.swap(dropped);
+    dropped = removeAll(discard);
+}
+
+void WriteQueue::close(const Discard& discard) {
+    std::deque<Request> dropped;  // freed behind the lock
+    const std::scoped_lock lock(m_lock);
+    m_isClosed = true;
+    dropped = removeAll(discard);
+}
+
+std::deque<WriteQueue::Request> WriteQueue::removeAll(const Discard& discard) {
+    std::size_t bytes = 0;
+    for (const Request& request : m_requests)
+        bytes += request->Data().size();
+    discard(bytes);
+    return std::exchange(m_requests, {});
 }
 
 std::size_t WriteQueue::depth() const {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 
@@ -22,16 +23,25 @@ public:
         std::size_t depth = 0;
     };
 
-    void push(Request request);
+    // Told how many bytes are removed unwritten, before anybody can see that they are gone. Must not use the queue.
+    using Discard = std::function<void(std::size_t)>;
+
+    // False once the queue is closed.
+    bool push(Request request);
     Head head() const;
     // Removes the head if it still is that request.
     void pop(const Request& request);
-    void clear();
+    void clear(const Discard& discard);
+    // Clears it and takes nothing more.
+    void close(const Discard& discard);
     std::size_t depth() const;
 
 private:
+    std::deque<Request> removeAll(const Discard& discard);
+
     mutable std::mutex m_lock;
     std::deque<Request> m_requests;
+    bool m_isClosed = false;
 };
 
 // Group ids that the writer remembers; 0 when there is none.

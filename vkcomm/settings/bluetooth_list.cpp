@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <optional>
 #include <utility>
 
 #include "vkcomm/settings/list_file.h"
+#include "vkcomm/util/hex_digit.h"
 #include "vkcomm/util/numbers.h"
 #include "vkcomm/util/unicode_text.h"
 
@@ -22,13 +22,6 @@ constexpr const char* kFileName = "VKBTPort.ini";
 constexpr std::size_t kDigits = 2;                 // of a byte
 constexpr std::size_t kAddressStep = kDigits + 1;  // from byte to byte
 constexpr std::size_t kAddressLength = 6 * kAddressStep - 1;
-
-std::optional<unsigned> hexDigit(char c) {
-    if (c >= '0' && c <= '9') return static_cast<unsigned>(c - '0');
-    if (c >= 'a' && c <= 'f') return static_cast<unsigned>(c - 'a' + 10);
-    if (c >= 'A' && c <= 'F') return static_cast<unsigned>(c - 'A' + 10);
-    return std::nullopt;
-}
 
 }  // namespace
 
@@ -45,10 +38,10 @@ bool parseBluetoothAddress(std::string_view text, std::array<unsigned char, 6>& 
     if (text.size() < kAddressLength) return false;
     std::array<unsigned char, 6> parsed{};
     for (std::size_t i = 0; i < parsed.size(); ++i) {
-        const auto high = hexDigit(text[i * kAddressStep]);
-        const auto low = hexDigit(text[i * kAddressStep + 1]);
-        if (!high || !low) return false;
-        parsed[i] = static_cast<unsigned char>(*high << 4 | *low);
+        const int high = hexDigit(text[i * kAddressStep]);
+        const int low = hexDigit(text[i * kAddressStep + 1]);
+        if (high < 0 || low < 0) return false;
+        parsed[i] = static_cast<unsigned char>(high << 4 | low);
     }
     address = parsed;
     return true;

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "vkcomm/util/hex_digit.h"
 #include "vkcomm/util/search_string.h"
 
 namespace vkcomm {
@@ -98,13 +99,6 @@ constexpr auto kLaxDigits = [] {
 
 unsigned laxDigit(std::string_view text, std::size_t at) {
     return kLaxDigits[at < text.size() ? static_cast<unsigned char>(text[at]) : 0];
-}
-
-// The value of a hexadecimal digit, -1 when it is none.
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    const char lower = static_cast<char>(c | 0x20);
-    return lower >= 'a' && lower <= 'f' ? lower - 'a' + 10 : -1;
 }
 
 bool startsWithHexPrefix(std::string_view text) {

@@ -1,40 +1,5 @@
 // A host with a window: its procedure gets what ports and sockets post, across the boundary of the DLL.
-//
-// The system's header comes first and brings macros such as IN and OUT; other frameworks bring min, max and ERROR, which
-// the standard library of this compiler itself bears only behind its headers.
-#include <windows.h>
-
-#include <algorithm>
-#include <array>
-#include <atomic>
-#include <bit>
-#include <chrono>
-#include <cmath>
-#include <cstdio>
-#include <deque>
-#include <fstream>
-#include <functional>
-#include <limits>
-#include <map>
-#include <memory>
-#include <mutex>
-#include <optional>
-#include <set>
-#include <span>
-#include <string>
-#include <thread>
-#include <vector>
-
-#undef min
-#undef max
-#undef ERROR
-#undef IN
-#undef OUT
-#define min(a, b) (((a) < (b)) ? (a) : (b))
-#define max(a, b) (((a) > (b)) ? (a) : (b))
-#define ERROR 0
-#define IN
-#define OUT
+#include "framework_macros.h"
 
 #include <vkcomm/vkcomm.h>
 

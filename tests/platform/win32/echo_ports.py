@@ -1,12 +1,25 @@
 #!/usr/bin/env python3
-"""Two pseudo-terminals for tests of serial ports. The first echoes; the second goes away at the first byte.
+"""Two pseudo-terminals for tests of serial ports.
+
+The first echoes, and sends behind "rate?" the rate that the program at its other end has set, and a line break. The
+second goes away at the first byte.
 
 Prints both paths on one line and serves until standard input ends.
 """
 import os
 import select
 import sys
+import termios
 import tty
+
+
+OUTPUT_SPEED = 5  # in the list of tcgetattr
+
+
+def rate_of(terminal):
+    speed = termios.tcgetattr(terminal)[OUTPUT_SPEED]
+    names = (name for name in dir(termios) if name[0] == "B" and name[1:].isdigit())
+    return next((name[1:] for name in names if getattr(termios, name) == speed), "another")
 
 
 def make_port():
@@ -27,6 +40,8 @@ while True:
         break
     if echo in ready:
         data = os.read(echo, 4096)
+        if data.endswith(b"rate?"):
+            data += f"{rate_of(keep_echo)}\n".encode()
         while data:
             data = data[os.write(echo, data):]
     if leaving in ready:

@@ -84,6 +84,35 @@ TEST(ReplacingAFile, WhatCannotBeReplacedStaysWholeWithNothingBesideIt) {
     ::SetFileAttributesW(toWide(folder.path("locked")).c_str(), FILE_ATTRIBUTE_NORMAL);
 }
 
+TEST(ReplacingAFile, IsNotHinderedByWhoReadsIt) {
+    const ScratchFolder folder;
+    folder.write("file", kOld);
+    SystemError error;
+    const FileHandle read = openFile(folder.path("file"), FileUse::kRead, error);
+    const auto logged = systemByteFiles().open(toWide(folder.path("file")), kFileWrite, error);
+    const ReplaceResult result = replaceFile(folder.path("file"), kNew);
+    EXPECT_TRUE(result) << result.error.message();
+    EXPECT_EQ(folder.read("file"), kNew);
+    std::string bytes;
+    EXPECT_TRUE(readFile(read.get(), "file", 1'000'000, bytes, error));
+    EXPECT_EQ(bytes, kOld) << "which goes on with the old one";
+}
+
+TEST(OpenFile, SaysThatThereAreTooMany) {
+    const ScratchFolder folder;
+    folder.write("file", kOld);
+    for (int time = 0; time < 2; ++time) {
+        std::vector<FileHandle> open;
+        SystemError error;
+        do
+            open.push_back(openFile(folder.path("file"), FileUse::kRead, error));
+        while (open.back() && open.size() < 100'000);
+        EXPECT_GT(open.size(), 100u) << "those of the first time are closed";
+        EXPECT_EQ(error.code, ERROR_TOO_MANY_OPEN_FILES);
+    }
+    EXPECT_TRUE(holdAlone(folder.path("file"))) << "and so is the one that was one too many";
+}
+
 TEST(OpenFile, SaysWhatCannotBeOpened) {
     const ScratchFolder folder;
     SystemError error;

@@ -86,14 +86,46 @@ TEST(SystemRegistry, ShowsADesktopsPortsAsActiveDrivers) {
     EXPECT_EQ(value.text, L"COM11:");
 }
 
-TEST(PortMap, HasTheSystemsOwnNumbers) {
-    PortMap map;
+TEST(PortMap, LeavesTheSystemsOwnNumbersToItsPorts) {
+    PortMap map([] { return std::vector<SerialPortInfo>{{"COM5", {}, false}, {"COM40", {}, false}}; });
     EXPECT_EQ(map.placeOf(12), "COM12");
     EXPECT_EQ(map.placeOf(0), "");
     EXPECT_EQ(map.numberOf("COM12"), 12u);
-    EXPECT_EQ(map.numberOf("tcp://receiver:5000"), 5u);
-    EXPECT_EQ(map.numberOf("\\\\.\\CNCA0"), 6u);
-    EXPECT_EQ(map.numberOf("COM5"), 7u) << "its own number is taken";
+    EXPECT_EQ(map.numberOf("COM40"), 40u);
+    EXPECT_EQ(map.numberOf("tcp://receiver:5000"), 6u);
+    EXPECT_EQ(map.numberOf("\\\\.\\CNCA0"), 7u);
+    EXPECT_EQ(map.numberOf("COM300"), 8u);
+    EXPECT_EQ(map.numberOf("COM6"), 9u) << "its own number is taken";
+}
+
+TEST(ListSerialPorts, PassesOverWhatNoDriverTells) {
+    HKEY key = nullptr;
+    if (::RegCreateKeyExW(HKEY_LOCAL_MACHINE, L"HARDWARE\\DEVICEMAP\\SERIALCOMM", 0, nullptr,
+                          REG_OPTION_VOLATILE, KEY_ALL_ACCESS, nullptr, &key, nullptr) != ERROR_SUCCESS)
+        GTEST_SKIP() << "only drivers and administrators may write there";
+
+    const struct {
+        std::wstring name, text;
+        DWORD type;
+    } rows[] = {{L"\\Device\\Test" + std::wstring(300, L'x'), L"COM251", REG_SZ},
+                {L"\\Device\\TestLong", std::wstring(100, L'y'), REG_SZ},
+                {L"\\Device\\TestNumber", L"12", REG_DWORD},
+                {L"\\Device\\TestPort", L"COM250", REG_SZ}};
+
+    for (const auto& row : rows) {
+        const void* bytes = row.text.data();
+        ::RegSetValueExW(key, row.name.c_str(), 0, row.type, static_cast<const BYTE*>(bytes),
+                         static_cast<DWORD>(row.text.size() * sizeof(wchar_t)));
+    }
+    std::vector<std::string> paths;
+    for (const SerialPortInfo& port : listSerialPorts())
+        paths.push_back(port.path);
+    for (const auto& row : rows)
+        ::RegDeleteValueW(key, row.name.c_str());
+    ::RegCloseKey(key);
+    ASSERT_GE(paths.size(), 2u);
+    EXPECT_EQ((std::vector<std::string>(paths.end() - 2, paths.end())),
+              (std::vector<std::string>{"COM250", "COM251"}));
 }
 
 }  // namespace

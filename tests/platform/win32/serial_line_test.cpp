@@ -1,8 +1,10 @@
-// Real serial ports with an echo at the far end. VKCOMM_TEST_COM names two of them ("3 4"); the far end of the
-// second goes away as soon as it receives anything. Without the name there is nothing to test on.
+// Real serial ports with an echo at the far end. VKCOMM_TEST_COM names two of them ("3 4"); the far end of the first
+// sends behind "rate?" the rate of the line that it sees, that of the second goes away as soon as it receives anything.
+// Without the name there is nothing to test on.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <cstdlib>
 #include <sstream>
 #include <thread>
@@ -15,7 +17,11 @@ namespace vkcomm {
 namespace {
 
 using namespace test;
+using namespace std::chrono_literals;
 using testing::HasSubstr;
+
+// Time for a thread that begins to wait to get there: none, and more than any needs that is not held up.
+constexpr std::chrono::milliseconds kDelays[] = {0ms, 5ms, 200ms};
 
 class SerialLine : public testing::Test {
 protected:
@@ -61,12 +67,16 @@ TEST_F(SerialLine, CarriesEveryByteWhileAnotherThreadWaits) {
 }
 
 TEST_F(SerialLine, AnEmptyMaskReleasesTheWaiterAndLaterWaitsWork) {
-    for (int time = 0; time < 3; ++time) {
-        std::thread waiter([this] {
+    for (const auto delay : kDelays) {
+        std::atomic<bool> begins{false};
+        std::thread waiter([&] {
             std::uint32_t events = 99;
+            begins = true;
             EXPECT_TRUE(device->waitForEvent(events)) << device->lastError().message();
             EXPECT_EQ(events, 0u);
         });
+        waitUntil([&] { return begins.load(); });
+        std::this_thread::sleep_for(delay);
         EXPECT_TRUE(device->setEventMask(0));
         waiter.join();
         EXPECT_TRUE(device->setEventMask(kEventReceived));
@@ -76,18 +86,24 @@ TEST_F(SerialLine, AnEmptyMaskReleasesTheWaiterAndLaterWaitsWork) {
 }
 
 TEST_F(SerialLine, CloseReleasesTheWaiter) {
-    std::thread waiter([this] {
-        std::uint32_t events = 0;
-        while (device->waitForEvent(events)) {
-        }
-    });
-    device->close();
-    waiter.join();
-    EXPECT_THAT(device->lastError().message(), HasSubstr("it is closed"));
-    EXPECT_NE(openDevice("COM" + std::to_string(echoing)), nullptr) << "and the port is free again";
+    for (const auto delay : kDelays) {
+        std::atomic<bool> begins{false};
+        std::thread waiter([&] {
+            std::uint32_t events = 0;
+            begins = true;
+            while (device->waitForEvent(events)) {
+            }
+        });
+        waitUntil([&] { return begins.load(); });
+        std::this_thread::sleep_for(delay);
+        device->close();
+        waiter.join();
+        EXPECT_THAT(device->lastError().message(), HasSubstr("it is closed"));
+        device = openDevice("COM" + std::to_string(echoing));  // which is free again
+    }
 }
 
-TEST_F(SerialLine, KeepsItsSettings) {
+TEST_F(SerialLine, KeepsItsSettingsAndGivesThemToTheDriver) {
     CommState state;
     ASSERT_TRUE(device->getState(state));
     EXPECT_EQ(state.BaudRate, 115200u);
@@ -98,8 +114,9 @@ TEST_F(SerialLine, KeepsItsSettings) {
         EXPECT_TRUE(device->getState(now));
         EXPECT_EQ(now.BaudRate, baud);
         EXPECT_EQ(now.ByteSize, 8);
-        write(*device, everyByte(10));
-        EXPECT_EQ(read(*device, 10), everyByte(10)) << baud;
+        const std::string rate = "rate?" + std::to_string(baud) + "\n";
+        write(*device, Bytes(rate.begin(), rate.begin() + 5));
+        EXPECT_EQ(read(*device, rate.size()), Bytes(rate.begin(), rate.end()));
     }
     CommTimeouts timeouts;
     EXPECT_TRUE(device->getTimeouts(timeouts));

@@ -61,6 +61,16 @@ TEST_F(Window, ForgettingKeepsTheWishToEndTheProgram) {
     EXPECT_EQ(message.wParam, 7u);
 }
 
+TEST_F(Window, ThatIsNoneGetsNothingAndForgetsNothing) {
+    WindowTarget none(nullptr);
+    none.post(WM_PORT_DATA, 1, 5);
+    MSG message{};
+    EXPECT_EQ(::PeekMessageW(&message, nullptr, WM_PORT_DATA, WM_PORT_DATA, PM_REMOVE), 0);
+    target.post(WM_PORT_DATA, 1, 5);
+    none.forget(WM_PORT_DATA, 5);
+    EXPECT_EQ(waiting().size(), 1u);
+}
+
 TEST_F(Window, ThatIsGoneGetsNothing) {
     ::DestroyWindow(window);
     target.post(WM_PORT_DATA, 1, 1);

@@ -11,6 +11,6 @@ bool isOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
 
 void prepareStandardStreams() { std::signal(SIGPIPE, SIG_IGN); }
 
-char** utf8Arguments(char** argv) { return argv; }
+char** utf8Arguments(int& /*argc*/, char** argv) { return argv; }
 
 }  // namespace vkcomm

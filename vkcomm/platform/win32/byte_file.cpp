@@ -58,8 +58,9 @@ public:
     std::unique_ptr<ByteFile> open(const std::wstring& path, unsigned int flags,
                                    SystemError& error) override {
         const DWORD access = (flags & kFileWrite) != 0 ? GENERIC_WRITE : GENERIC_READ;
-        Handle file(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
-                                  disposition(flags), FILE_ATTRIBUTE_NORMAL, nullptr));
+        constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+        Handle file(::CreateFileW(path.c_str(), access, kShareAll, nullptr, disposition(flags),
+                                  FILE_ATTRIBUTE_NORMAL, nullptr));
         if (file) return std::make_unique<Win32ByteFile>(std::move(file), toUtf8(path));
         error = systemError("cannot open " + toUtf8(path), static_cast<int>(::GetLastError()));
         return nullptr;

@@ -123,6 +123,8 @@ bool Win32CommDevice::open(const std::wstring& name, std::uint32_t attributes) {
     if (place != port && place != m_label) m_label += " (" + place + ")";
     const std::shared_ptr<Line> line = makeLine(place);
     if (!line) return refuse({kErrorNotFound, ERROR_FILE_NOT_FOUND, "there is no port of that name"});
+    if (!m_release || !m_closing)
+        return refuse({kErrorNotFunctioning, ERROR_NO_SYSTEM_RESOURCES, "the system has no handles left"});
     Refusal refusal;
     if (!line->open(attributes, m_closing.get(), refusal)) return refuse(refusal);
     m_openError = line->openError();

@@ -146,6 +146,17 @@ private:
     std::string_view m_bytes;
 };
 
+// Null, with the handle closed, when the library has no room for another.
+FileHandle streamOf(Handle handle, bool reads) {
+    const auto number = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(handle.get()));
+    const int descriptor = ::_open_osfhandle(number, reads ? _O_RDONLY : 0);
+    if (descriptor < 0) return nullptr;
+    handle.release();
+    FileHandle file(::_fdopen(descriptor, reads ? "rb" : "wb"));
+    if (!file) ::_close(descriptor);
+    return file;
+}
+
 }  // namespace
 
 std::string joinPath(const std::string& folder, std::string_view name) {
@@ -157,17 +168,18 @@ std::string joinPath(const std::string& folder, std::string_view name) {
 FileHandle openFile(const std::string& path, FileUse use, SystemError& error) {
     error = {};
     const bool reads = use == FileUse::kRead;
+    const std::string what = (reads ? "cannot read " : "cannot write ") + path;
     const std::wstring wide = toWide(path);
-    Handle handle(::CreateFileW(wide.c_str(), reads ? GENERIC_READ : GENERIC_WRITE,
-                                FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
+    Handle handle(::CreateFileW(wide.c_str(), reads ? GENERIC_READ : GENERIC_WRITE, kShareAll, nullptr,
                                 reads ? OPEN_EXISTING : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!handle) {
         const DWORD code = ::GetLastError();
-        error = failureOf((reads ? "cannot read " : "cannot write ") + path, code, isFolder(wide));
+        error = failureOf(what, code, isFolder(wide));
         return nullptr;
     }
-    const auto number = static_cast<std::intptr_t>(reinterpret_cast<std::uintptr_t>(handle.release()));
-    return FileHandle(::_fdopen(::_open_osfhandle(number, reads ? _O_RDONLY : 0), reads ? "rb" : "wb"));
+    FileHandle file = streamOf(std::move(handle), reads);
+    if (!file) error = systemError(what, ERROR_TOO_MANY_OPEN_FILES);
+    return file;
 }
 
 ReplaceResult replaceFile(const std::string& path, std::string_view bytes) {

@@ -44,6 +44,9 @@ public:
 
     HANDLE get() const { return m_handle.get(); }
 
+    // False when the system had none left.
+    explicit operator bool() const { return static_cast<bool>(m_handle); }
+
     bool isSet() const { return ::WaitForSingleObject(get(), 0) == WAIT_OBJECT_0; }
 
 // A handheld has one call for both.

@@ -63,7 +63,7 @@ private:
 };
 
 // 0 or the number of the failure. Others are kept from listening on the same port, which is no matter of course here.
-int listenOn(SOCKET socket, const ADDRINFOA& address) {
+int listenOn(SOCKET socket, const ADDRINFOW& address) {
     constexpr int kBacklog = 16;
     const BOOL on = TRUE;
     const void* value = &on;
@@ -80,18 +80,17 @@ std::unique_ptr<Listener> openListener(const std::string& address, std::uint16_t
     std::string service;
     appendInteger(service, port);
     const std::string what = "cannot listen on " + address + ":" + service;
-    ADDRINFOA wanted{};
+    ADDRINFOW wanted{};
     wanted.ai_socktype = SOCK_STREAM;
     wanted.ai_flags = AI_NUMERICHOST | AI_PASSIVE;
-    ADDRINFOA* found = nullptr;
-    if (startWinsock() != 0 || ::getaddrinfo(address.c_str(), service.c_str(), &wanted, &found) != 0) {
+    int code = startWinsock();
+    const Addresses found = code == 0 ? findAddresses(address, service, wanted, code) : nullptr;
+    if (!found) {
         error = systemError(what, WSAEADDRNOTAVAIL);
         return nullptr;
     }
-    const std::unique_ptr<ADDRINFOA, void (*)(ADDRINFOA*)> addresses(
-        found, [](ADDRINFOA* each) { ::freeaddrinfo(each); });
     auto socket = std::make_unique<Socket>(found->ai_family, SOCK_STREAM, IPPROTO_TCP);
-    const int code = socket->isOpen() ? listenOn(socket->get(), *found) : ::WSAGetLastError();
+    code = socket->isOpen() ? listenOn(socket->get(), *found) : ::WSAGetLastError();
     if (code == 0) return std::make_unique<WinListener>(std::move(socket));
     error = systemError(what, code);
     return nullptr;

@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "vkcomm/platform/win32/stream_socket.h"
+#include "vkcomm/util/unicode_text.h"
 
 namespace vkcomm {
 
@@ -158,23 +159,24 @@ public:
     }
 
     std::optional<std::uint32_t> resolve(const std::string& host) override {
-        ADDRINFOA wanted{};
+        ADDRINFOW wanted{};
         wanted.ai_family = AF_INET;
         wanted.ai_socktype = SOCK_STREAM;
-        ADDRINFOA* found = nullptr;
-        if (host.empty() || ::getaddrinfo(host.c_str(), nullptr, &wanted, &found) != 0) return std::nullopt;
-        const std::unique_ptr<ADDRINFOA, void (*)(ADDRINFOA*)> all(
-            found, [](ADDRINFOA* each) { ::freeaddrinfo(each); });
+        if (host.empty()) return std::nullopt;
+        int code = 0;
+        const Addresses found = findAddresses(host, {}, wanted, code);
         sockaddr_in first{};
-        if (all->ai_addrlen < sizeof first) return std::nullopt;
-        std::memcpy(&first, all->ai_addr, sizeof first);
+        if (!found || found->ai_addrlen < sizeof first) return std::nullopt;
+        std::memcpy(&first, found->ai_addr, sizeof first);
         return fromSystem(first).address;
     }
 
     std::string hostName() override {
-        std::array<char, 256> name{};
-        return ::gethostname(name.data(), static_cast<int>(name.size()) - 1) == 0 ? std::string(name.data())
-                                                                                  : std::string();
+        std::array<wchar_t, 256> name{};
+        auto size = static_cast<DWORD>(name.size());
+        return ::GetComputerNameExW(ComputerNameDnsHostname, name.data(), &size) != 0
+                   ? toUtf8(std::wstring_view(name.data(), size))
+                   : std::string();
     }
 };
 

@@ -3,7 +3,7 @@
 // The handle is opened overlapped where the system can: otherwise a wait for events would hold up a write and the
 // very call that ends the wait.
 #include <algorithm>
-#include <mutex>
+#include <atomic>
 #include <string_view>
 
 #include "vkcomm/platform/win32/line.h"
@@ -114,10 +114,12 @@ public:
     SerialLine(const SerialLine&) = delete;
     SerialLine& operator=(const SerialLine&) = delete;
 
-    // A driver may still write the outcome of a wait that it was too dead to end.
+    // Deliberate: a wait that the driver was too dead to end is left to it for ever, since it may still write the
+    // outcome.
     ~SerialLine() override {
         m_file.close();
-        if (m_isWaiting) ::WaitForSingleObject(m_wait.ended(), kLastWords);
+        if (m_isWaiting && ::WaitForSingleObject(m_wait->call.ended(), kLastWords) != WAIT_OBJECT_0)
+            static_cast<void>(m_wait.release());
     }
 
     bool open(std::uint32_t attributes, HANDLE wake, Refusal& refusal) override {
@@ -179,11 +181,10 @@ public:
             events = EV_RXCHAR;
             return ERROR_SUCCESS;
         }
-        const DWORD code = waitInDriver(released);
+        const DWORD code = waitInDriver(released, events);
         const bool isReleased = ::WaitForSingleObject(released, 0) == WAIT_OBJECT_0;
-        // drivers break a wait off for reasons of their own, of which the loss of the device is one
-        if (code != ERROR_SUCCESS && code != ERROR_OPERATION_ABORTED && !isReleased) return code;
-        events = code == ERROR_SUCCESS ? m_events : 0;
+        if (!isReleased && isMistake(code)) return code;
+        if (!isReleased && code != ERROR_SUCCESS && code != ERROR_OPERATION_ABORTED) m_isLost = true;
         if (events == 0 && !isReleased && hasArrived()) events = EV_RXCHAR;
         return ERROR_SUCCESS;
     }
@@ -230,10 +231,23 @@ protected:
 private:
     static constexpr DWORD kLastWords = 1000;  // milliseconds
 
+    // A driver writes it whenever it likes while a wait is under way.
+    struct PendingWait {
+        OverlappedCall call;
+        DWORD events = 0;
+    };
+
+    // Of two waits at once, or on a handle that is none: neither says anything of the device. With any other number a
+    // driver tells that its device has gone, and each has one of its own for that.
+    static bool isMistake(DWORD code) {
+        return code == ERROR_INVALID_PARAMETER || code == ERROR_INVALID_HANDLE;
+    }
+
+    // False when the device has gone.
     bool queuedBytes(std::uint32_t& count) const {
         DWORD errors = 0;
         COMSTAT status{};
-        const bool isDone = ::ClearCommError(file(), &errors, &status) != 0;
+        const bool isDone = !m_isLost && ::ClearCommError(file(), &errors, &status) != 0;
         count = isDone ? status.cbInQue : 0;
         return isDone;
     }
@@ -249,44 +263,46 @@ private:
         return !queuedBytes(count) || count > 0;
     }
 
-    // The event word is then in m_events. Some drivers leave a wait as it is when the device goes: it is looked at
+    // Some drivers leave a wait as it is when the device goes or when bytes came between two waits: it is looked at
     // from time to time.
-    DWORD waitInDriver(HANDLE released) {
+    DWORD waitInDriver(HANDLE released, std::uint32_t& events) {
         constexpr DWORD kLook = 500;
         if (!m_isWaiting) {
-            m_events = 0;
-            const BOOL isDone = ::WaitCommEvent(file(), &m_events, m_wait.pointer());
-            const DWORD code = outcomeOf(isDone);
+            m_wait->events = 0;
+            const DWORD code = outcomeOf(::WaitCommEvent(file(), &m_wait->events, m_wait->call.pointer()));
+            if (code == ERROR_SUCCESS) events = m_wait->events;
             if (code != ERROR_IO_PENDING) return code;
             m_isWaiting = true;
         }
-        const HANDLE awaited[] = {m_wait.ended(), released};
+        const HANDLE awaited[] = {m_wait->call.ended(), released};
         while (::WaitForMultipleObjects(2, awaited, FALSE, kLook) == WAIT_TIMEOUT)
-            if (isGone()) {
-                m_events = EV_RXCHAR;
+            if (hasArrived()) {
+                events = EV_RXCHAR;
                 return ERROR_SUCCESS;
             }
-        return endWait();
+        return endWait(events);
     }
 
     // What has released the waiter has emptied the mask, which ends the wait in a driver that is well.
-    DWORD endWait() {
-        const bool hasEnded = ::WaitForSingleObject(m_wait.ended(), 0) == WAIT_OBJECT_0;
-        if (!hasEnded) m_wait.cancel(file());
-        if (!hasEnded && ::WaitForSingleObject(m_wait.ended(), kLastWords) != WAIT_OBJECT_0)
+    DWORD endWait(std::uint32_t& events) {
+        const bool hasEnded = ::WaitForSingleObject(m_wait->call.ended(), 0) == WAIT_OBJECT_0;
+        if (!hasEnded) m_wait->call.cancel(file());
+        if (!hasEnded && ::WaitForSingleObject(m_wait->call.ended(), kLastWords) != WAIT_OBJECT_0)
             return ERROR_OPERATION_ABORTED;
         m_isWaiting = false;
         DWORD count = 0;
-        return m_wait.result(file(), count);
+        const DWORD code = m_wait->call.result(file(), count);
+        if (code == ERROR_SUCCESS) events = m_wait->events;
+        return code;
     }
 
     const std::wstring m_name;
     Handle m_file;
     HANDLE m_wake = nullptr;
     int m_openError = 0;
-    // of the thread that waits; here because a driver writes them whenever it likes while a wait is under way
-    OverlappedCall m_wait;
-    DWORD m_events = 0;
+    std::atomic<bool> m_isLost{false};  // the driver has said so, which it may do once only
+    // of the thread that waits
+    std::unique_ptr<PendingWait> m_wait = std::make_unique<PendingWait>();
     bool m_isWaiting = false;
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <memory>
-#include <optional>
 #include <tuple>
 
 #include "vkcomm/platform/win32/windows_api.h"
@@ -34,20 +33,25 @@ std::string driverName(const std::string& device) {
     return separator == device.npos ? device : device.substr(separator + 1);
 }
 
-std::optional<SerialPortInfo> portAt(HKEY key, DWORD index) {
-    std::wstring device(256, L'\0');
+// False behind the last. A value that is not like those of drivers gives a port without a path.
+bool portAt(HKEY key, DWORD index, SerialPortInfo& info) {
+    constexpr std::size_t kLongestName = 16384;  // of a value, with the character that ends it
+    std::wstring device(kLongestName, L'\0');
     std::wstring port(64, L'\0');
     auto deviceSize = static_cast<DWORD>(device.size());
     auto portSize = static_cast<DWORD>(port.size() * sizeof(wchar_t));
     void* place = port.data();
     DWORD type = 0;
-    if (::RegEnumValueW(key, index, device.data(), &deviceSize, nullptr, &type, static_cast<BYTE*>(place),
-                        &portSize) != ERROR_SUCCESS)
-        return std::nullopt;
+    const long result = ::RegEnumValueW(key, index, device.data(), &deviceSize, nullptr, &type,
+                                        static_cast<BYTE*>(place), &portSize);
+    info = {};
+    if (result == ERROR_MORE_DATA) return true;
+    if (result != ERROR_SUCCESS) return false;
     if (type != REG_SZ) portSize = 0;
     port.resize(std::min(portSize / sizeof(wchar_t), port.find(L'\0')));
     const std::string driver = driverName(toUtf8(device.substr(0, deviceSize)));
-    return SerialPortInfo{toUtf8(port), driver, driver.starts_with("BthModem")};
+    info = {toUtf8(port), driver, driver.starts_with("BthModem")};
+    return true;
 }
 
 auto sortKey(const SerialPortInfo& port) {
@@ -61,11 +65,9 @@ auto sortKey(const SerialPortInfo& port) {
 std::vector<SerialPortInfo> listSerialPorts(const std::string& /*root*/) {
     std::vector<SerialPortInfo> ports;
     const Key key = openPortsKey();
-    for (DWORD index = 0; key; ++index) {
-        const auto port = portAt(key.get(), index);
-        if (!port) break;
-        if (!port->path.empty()) ports.push_back(*port);
-    }
+    SerialPortInfo port;
+    for (DWORD index = 0; key && portAt(key.get(), index, port); ++index)
+        if (!port.path.empty()) ports.push_back(port);
     std::ranges::sort(ports, {}, sortKey);
     return ports;
 }

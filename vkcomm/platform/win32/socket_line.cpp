@@ -166,12 +166,6 @@ void tune(SOCKET socket) {
                                  nullptr, nullptr));
 }
 
-struct AddressesDeleter {
-    void operator()(ADDRINFOA* addresses) const { ::freeaddrinfo(addresses); }
-};
-
-using Addresses = std::unique_ptr<ADDRINFOA, AddressesDeleter>;
-
 class TcpLine final : public SocketLine {
 public:
     explicit TcpLine(HostPort place) : m_place(std::move(place)) {}
@@ -180,7 +174,7 @@ private:
     // The first address that answers.
     SocketPointer makeSocket(Refusal& refusal) override {
         const Addresses addresses = resolve(refusal);
-        for (const ADDRINFOA* each = addresses.get(); each; each = each->ai_next) {
+        for (const ADDRINFOW* each = addresses.get(); each; each = each->ai_next) {
             auto socket = std::make_shared<Socket>(each->ai_family, SOCK_STREAM, IPPROTO_TCP);
             const int code =
                 socket->isOpen()
@@ -197,13 +191,13 @@ private:
     }
 
     Addresses resolve(Refusal& refusal) const {
-        ADDRINFOA wanted{};
+        ADDRINFOW wanted{};
         wanted.ai_socktype = SOCK_STREAM;
-        ADDRINFOA* found = nullptr;
-        const int code = ::getaddrinfo(m_place.host.c_str(), m_place.port.c_str(), &wanted, &found);
+        int code = 0;
+        Addresses found = findAddresses(m_place.host, m_place.port, wanted, code);
         if (code != 0)
             refusal = {kErrorNotFound, static_cast<DWORD>(code), wordsOf(code) + "; is the name right?"};
-        return Addresses(found);
+        return found;
     }
 
     const HostPort m_place;
@@ -268,14 +262,12 @@ private:
     DWORD waitForData(std::uint32_t& outcome) {
         constexpr DWORD kPace = 1000;
         const auto socket = this->socket();
-        const SocketState state = socket->waitReadable(kForever, wake());
-        if (state == SocketState::kWoken) return ERROR_OPERATION_ABORTED;
-        if (state == SocketState::kReady && socket->queued() > 0) {
+        if (socket->hasConnected()) socket->waitReadable(kForever, wake());
+        if (socket->hasConnected() && socket->queued() > 0) {
             outcome = kEventDataReady;
             return ERROR_SUCCESS;
         }
-        ::WaitForSingleObject(wake(), kPace);
-        return kGone;
+        return ::WaitForSingleObject(wake(), kPace) == WAIT_OBJECT_0 ? ERROR_OPERATION_ABORTED : kGone;
     }
 
     // A socket connects once: a new one takes its place, and who waits for the old one sees its end.

@@ -8,8 +8,14 @@ namespace {
 
 std::atomic<bool> g_requested{false};
 
-// Called on a thread of the system. False: not handled, so the program ends.
-BOOL WINAPI request(DWORD /*kind*/) { return g_requested.exchange(true) ? FALSE : TRUE; }
+// Called on a thread of the system. False: not handled, so the program ends. Of a console that is closed and of a
+// session that ends the program must be done when this returns, whatever is returned: main gets all the time that the
+// system gives.
+BOOL WINAPI request(DWORD kind) {
+    if (g_requested.exchange(true)) return FALSE;
+    if (kind >= CTRL_CLOSE_EVENT) ::Sleep(INFINITE);
+    return TRUE;
+}
 
 }  // namespace
 

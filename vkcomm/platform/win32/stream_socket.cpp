@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <climits>
+#include <utility>
+
+#include "vkcomm/util/unicode_text.h"
 
 namespace vkcomm {
 
@@ -44,9 +47,13 @@ int length(std::size_t size) { return static_cast<int>(std::min<std::size_t>(siz
 
 Socket::Socket(int family, int type, int protocol) : Socket(::socket(family, type, protocol)) {}
 
-// Watching a socket by an event makes it non-blocking.
+// Watching a socket by an event makes it non-blocking; one that cannot be watched is of no use.
 Socket::Socket(SOCKET accepted) : m_socket(accepted) {
-    if (isOpen()) ::WSAEventSelect(m_socket, m_changed.get(), FD_CONNECT | FD_READ | FD_CLOSE);
+    if (!isOpen() || ::WSAEventSelect(m_socket, m_changed.get(), FD_CONNECT | FD_READ | FD_CLOSE) == 0)
+        return;
+    const int code = ::WSAGetLastError();
+    ::closesocket(std::exchange(m_socket, INVALID_SOCKET));
+    ::WSASetLastError(code);
 }
 
 Socket::~Socket() {
@@ -54,7 +61,10 @@ Socket::~Socket() {
 }
 
 int Socket::connect(const sockaddr* address, int size, milliseconds time, HANDLE wake) {
-    if (::connect(m_socket, address, size) == 0) return 0;
+    if (::connect(m_socket, address, size) == 0) {
+        m_hasConnected = true;
+        return 0;
+    }
     if (const int code = ::WSAGetLastError(); code != WSAEWOULDBLOCK) return code;
     const HANDLE awaited[] = {wake, m_changed.get()};
     const Deadline end(time);
@@ -66,7 +76,9 @@ int Socket::connect(const sockaddr* address, int size, milliseconds time, HANDLE
         }
         WSANETWORKEVENTS happened{};
         if (::WSAEnumNetworkEvents(m_socket, m_changed.get(), &happened) != 0) return ::WSAGetLastError();
-        if ((happened.lNetworkEvents & FD_CONNECT) != 0) return happened.iErrorCode[FD_CONNECT_BIT];
+        if ((happened.lNetworkEvents & FD_CONNECT) == 0) continue;
+        m_hasConnected = happened.iErrorCode[FD_CONNECT_BIT] == 0;
+        return happened.iErrorCode[FD_CONNECT_BIT];
     }
 }
 
@@ -78,21 +90,27 @@ SocketState Socket::waitReadable(milliseconds time, HANDLE wake) {
     for (;;) {
         if (isSet(wake)) return SocketState::kWoken;
         m_changed.reset();
+        if (m_isShut) return SocketState::kReady;
         const int ready = selectOne(m_socket, false, 0ms);
         if (ready != 0) return ready > 0 ? SocketState::kReady : SocketState::kFailed;
-        if (::WaitForMultipleObjects(2, awaited, FALSE, end.left()) == WAIT_TIMEOUT)
-            return SocketState::kTimeout;
+        switch (::WaitForMultipleObjects(2, awaited, FALSE, end.left())) {
+        case WAIT_TIMEOUT: return SocketState::kTimeout;
+        case WAIT_FAILED: return SocketState::kFailed;
+        default: break;
+        }
     }
 }
 
 int Socket::receive(std::span<unsigned char> buffer, sockaddr* sender, int* senderSize) {
     void* bytes = buffer.data();
-    return ::recvfrom(m_socket, static_cast<char*>(bytes), length(buffer.size()), 0, sender, senderSize);
+    const int size = length(buffer.size());
+    const int count = ::recvfrom(m_socket, static_cast<char*>(bytes), size, 0, sender, senderSize);
+    return count < 0 && ::WSAGetLastError() == WSAEMSGSIZE ? size : count;
 }
 
 std::size_t Socket::queued() const {
     u_long count = 0;
-    return ::ioctlsocket(m_socket, FIONREAD, &count) == 0 ? count : 0;
+    return !m_isShut && ::ioctlsocket(m_socket, FIONREAD, &count) == 0 ? count : 0;
 }
 
 int Socket::send(ByteSpan bytes, const sockaddr* remote, int remoteSize) {
@@ -114,7 +132,20 @@ SocketState Socket::waitForRoom(milliseconds time, HANDLE wake) {
     return SocketState::kWoken;
 }
 
-void Socket::shutdown() { static_cast<void>(::shutdown(m_socket, SD_BOTH)); }
+// The system tells the event what the other end does, not what happens here.
+void Socket::shutdown() {
+    m_isShut = true;
+    static_cast<void>(::shutdown(m_socket, SD_BOTH));
+    m_changed.set();
+}
+
+Addresses findAddresses(const std::string& host, const std::string& service, const ADDRINFOW& wanted,
+                        int& code) {
+    ADDRINFOW* found = nullptr;
+    code = ::GetAddrInfoW(toWide(host).c_str(), service.empty() ? nullptr : toWide(service).c_str(), &wanted,
+                          &found);
+    return Addresses(code == 0 ? found : nullptr);
+}
 
 int startWinsock() {
     static const int code = [] {

@@ -37,8 +37,9 @@ void prepareStandardStreams() {
     ::SetConsoleOutputCP(CP_UTF8);
 }
 
-// Deliberate: what main is given has lost every character that the code page of the system lacks.
-char** utf8Arguments(char** argv) {
+// Deliberate: what main is given has lost every character that the code page of the system lacks. The two may also
+// differ in number, because a pair of quotes within quotes is split differently.
+char** utf8Arguments(int& argc, char** argv) {
     static std::vector<std::string> texts;
     static std::vector<char*> pointers;
     int count = 0;
@@ -52,6 +53,7 @@ char** utf8Arguments(char** argv) {
     for (std::string& each : texts)
         pointers.push_back(each.data());
     pointers.push_back(nullptr);
+    argc = count;
     return pointers.data();
 }
 

@@ -12,12 +12,14 @@ HWND windowOf(void* window) { return static_cast<HWND>(window); }
 
 }  // namespace
 
+// Deliberate: to the system no window means the calling thread.
 void WindowTarget::post(unsigned int message, std::uintptr_t wParam, std::intptr_t lParam) {
-    ::PostMessageW(windowOf(m_window), message, wParam, lParam);
+    if (m_window) ::PostMessageW(windowOf(m_window), message, wParam, lParam);
 }
 
 // A queue is searched by window and number alone: those of other senders are put back, in their order.
 void WindowTarget::forget(unsigned int message, std::intptr_t lParam) {
+    if (!m_window) return;
     std::vector<MSG> others;
     MSG found{};
     while (::PeekMessageW(&found, windowOf(m_window), message, message, PM_REMOVE | PM_QS_POSTMESSAGE) != 0) {
