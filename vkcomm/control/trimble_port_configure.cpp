@@ -66,7 +66,10 @@ void CTrimblePort::setLocalBaud(int index) {
 void CTrimblePort::vChangeThalesBaud(char cPort, int nOldBaud, int nNewBaud, int bLocal) {
     if (nOldBaud == nNewBaud) return;
     if (bLocal) setLocalBaud(nOldBaud);
-    nSendSteps(thalesBaud(cPort, nNewBaud));
+    CommandSteps steps = thalesBaud(cPort, nNewBaud);
+    for (CommandStep& step : steps)
+        step.newRate.reset();  // the flag alone says whether this end follows
+    nSendSteps(steps);
     awaitRateChange();
     if (bLocal) setLocalBaud(nNewBaud);
 }
