@@ -47,7 +47,7 @@ bool fits(const TargetRow& row, std::string_view family, std::optional<int> type
 std::string typesText(const TargetRow& row) {
     std::string text;
     for (const GPSOEMTYPE type : row.types)
-        text += (text.empty() ? "" : " ") + std::to_string(type);
+        text.append(text.empty() ? "" : " ").append(std::to_string(type));
     return text;
 }
 
