@@ -35,6 +35,13 @@ public:
         m_over = false;
     }
 
+    // What comes at rate() is understood no more, though it was: the other end may have changed. rate() is tried once
+    // more, like any other.
+    void resume(Milliseconds now) {
+        begin(now);
+        m_wasFound = false;
+    }
+
     // Records have come: rate() is the one, and the first to be tried the next time.
     void found() {
         m_over = true;

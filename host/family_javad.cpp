@@ -1,5 +1,6 @@
 // Messages of Javad receivers (GREIS).
 #include <cmath>
+#include <utility>
 #include <vector>
 
 #include "host/family_rows.h"
@@ -112,7 +113,16 @@ private:
     template <void (CJavadFormat::*Process)(ByteSpan)>
     RecordUse position(ByteSpan message) {
         (m_messages.*Process)(bodyOf(message));
+        if (!counts(javadId(textOf(message)))) return RecordUse::kStored;
         return hasFix() ? RecordUse::kPosition : RecordUse::kNoFix;
+    }
+
+    // Of the two messages that bring the same position one counts; the other takes its place when it stays away.
+    bool counts(unsigned id) {
+        if (m_counted != 0 && id != m_counted && !std::exchange(m_isPassedOver, true)) return false;
+        m_counted = id;
+        m_isPassedOver = false;
+        return true;
     }
 
     template <void (CJavadFormat::*Process)(ByteSpan), bool JavadParser::*Seen>
@@ -346,6 +356,8 @@ private:
     double m_dateSeconds = 0.0;     // of that week, at midnight
     std::optional<double> m_secondOfDay;
     TimeScale m_scale = TimeScale::kGps;
+    unsigned m_counted = 0;       // Id of the message whose positions count; 0: none yet
+    bool m_isPassedOver = false;  // the other has come since
     bool m_gpsTimeSeen = false;
     bool m_weekAsSent = false;  // in a message of its own
     bool m_dopsSeen = false;

@@ -57,6 +57,8 @@ public:
 
     void close() override { m_device->close(); }
 
+    bool peerWaits() const override { return m_device->peerWaits(); }
+
 private:
     const std::shared_ptr<CommDevice> m_device;
 };

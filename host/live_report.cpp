@@ -82,6 +82,15 @@ std::string durationText(std::chrono::milliseconds time) {
     return text;
 }
 
+// From so long ago on a live receiver has fallen silent.
+constexpr std::chrono::seconds kOld{3};
+
+// "37 s" between the words; empty for what is not old yet.
+std::string ageText(const char* before, std::chrono::milliseconds age, const char* behind = "") {
+    if (age < kOld) return {};
+    return before + std::to_string(age.count() / 1000) + " s" + behind;
+}
+
 std::string shownName(const MessageKind& kind) {
     const RecordName name = nameOf(kind);
     if (!name.empty()) return std::string(name.view());
@@ -90,6 +99,11 @@ std::string shownName(const MessageKind& kind) {
 
 void writeOptional(FieldWriter& fields, std::string_view name, std::optional<double> value, int decimals) {
     if (value) fields.real(name, *value, decimals);
+}
+
+void writeAge(FieldWriter& fields, std::string_view name, std::optional<std::chrono::milliseconds> since,
+              std::chrono::milliseconds now) {
+    if (since) fields.real(name, static_cast<double>((now - *since).count()) / 1000.0, 1);
 }
 
 void writeCount(FieldWriter& fields, std::string_view name, std::uint64_t count) {
@@ -106,6 +120,7 @@ std::string_view qualityText(int quality) {
 void LiveReport::count(const RoutedRecord& record, std::chrono::milliseconds now) {
     m_messages[kindOf(record.record)].add(now);
     ++m_records;
+    m_lastRecord = now;
 }
 
 void LiveReport::note(const SessionEvent& event) {
@@ -119,12 +134,14 @@ std::string LiveReport::screen(ReceiverSession& session, std::chrono::millisecon
     std::string text = session.url().text + "   ";
     text += family ? std::string(family->name) : "family not known yet";
     if (const auto rate = session.rate()) appendFormat(text, "   %u bit/s", *rate);
-    text += session.isOpen() ? "   open   " : "   closed   ";
+    text += session.isOpen() ? "   open" : "   closed";
+    text += ageText(", no record for ", now - m_lastRecord.value_or(m_start)) + "   ";
     text += durationText(now - m_start) + "\n\n";
 
     text += "Time       " + timeText(snapshot.time);
     if (snapshot.time) text += std::string(" ") + scaleText(snapshot.time->scale);
     text += "\nPosition   " + positionText(snapshot.position);
+    if (m_lastPosition) text += ageText("   ", now - *m_lastPosition, " old");
     appendFormat(text, "\nQuality    %d %s   ", snapshot.quality, qualityText(snapshot.quality).data());
     text += satellitesText(snapshot);
     text += "\nDilution   " + dopsText(snapshot.dops);
@@ -185,6 +202,8 @@ std::string LiveReport::json(ReceiverSession& session, std::chrono::milliseconds
                     snapshot.position->above == HeightReference::kEllipsoid ? "ellipsoid" : "sea level");
     }
     fields.integer("quality", snapshot.quality);
+    writeAge(fields, "position_age_s", m_lastPosition, now);
+    writeAge(fields, "record_age_s", m_lastRecord, now);
     if (snapshot.satellitesUsed) fields.integer("satellites_used", *snapshot.satellitesUsed);
     if (snapshot.satellitesTracked) fields.integer("satellites_tracked", *snapshot.satellitesTracked);
     writeOptional(fields, "pdop", snapshot.dops.pdop, 2);

@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -21,22 +22,30 @@ public:
     void note(const SessionEvent& event);
 
     // A screen of text lines: address and state, time, position, quality, DOPs, sigmas, satellites with bars, rates
-    // of the messages, bytes and errors.
+    // of the messages, bytes and errors. From three seconds on it says how old position and last record are.
     std::string screen(ReceiverSession& session, std::chrono::milliseconds now) const;
     // One line with the most important of it.
     std::string line(ReceiverSession& session) const;
-    // Everything as one JSON object and a line end.
+    // Everything as one JSON object and a line end; "position_age_s" and "record_age_s" count from the last position
+    // and the last record.
     std::string json(ReceiverSession& session, std::chrono::milliseconds now) const;
 
     std::uint64_t records() const { return m_records; }
 
     std::uint64_t positions() const { return m_positions; }
 
-    // Once a position was counted.
-    void countPosition() { ++m_positions; }
+    // The record just counted brought a position, or the word that there is none.
+    void countPosition(std::chrono::milliseconds now) {
+        ++m_positions;
+        m_lastPosition = now;
+    }
 
 private:
+    using Time = std::optional<std::chrono::milliseconds>;
+
     const std::chrono::milliseconds m_start;
+    Time m_lastRecord;
+    Time m_lastPosition;
     std::map<MessageKind, RateMeter> m_messages;
     std::uint64_t m_records = 0;
     std::uint64_t m_positions = 0;

@@ -15,7 +15,11 @@ constexpr std::size_t kEnoughSentences = 2048;
 constexpr auto kEnoughTime = 1500ms;
 constexpr auto kBetweenLooks = 100ms;  // where nothing else asks for one
 constexpr std::size_t kLookedAgain = 4096;
+constexpr std::size_t kBytesOfAnother = 512;  // in no record: worth a look
 constexpr std::size_t kLongestFrame = 8192;
+// So many bytes, for so long, without anything that is understood: longer than any receiver rests.
+constexpr std::size_t kStrangeBytes = 512;
+constexpr auto kStrangeTime = 15000ms;
 
 // "all" is no family but a mask; the family is guessed beside it.
 LiveChoice withoutAll(LiveChoice choice) {
@@ -23,6 +27,14 @@ LiveChoice withoutAll(LiveChoice choice) {
     if (!choice.mask) choice.mask = choice.family->decodeMask;
     choice.family = nullptr;
     return choice;
+}
+
+// Records that noise does not make.
+bool isChecked(const RecordView& record) {
+    constexpr LOG_TYPE kTypes[] = {LOG_NMEA,       LOG_OEM4_BINARY,       LOG_OEM4_ASCII, LOG_TRIMBLE_PACKET,
+                                   LOG_CMC_BINARY, LOG_HEMISPHERE_BINARY, LOG_VAREK_REPLY};
+    return record.source != RecordSource::kStream ||
+           std::ranges::find(kTypes, record.type) != std::end(kTypes);
 }
 
 DecoderCounters sum(DecoderCounters left, const DecoderCounters& right) {
@@ -50,8 +62,9 @@ void LiveStream::feed(ByteSpan bytes) {
     m_pending.insert(m_pending.end(), bytes.begin(), bytes.end());
     if (!m_reader && m_pending.size() > m_lookedAt + m_lookedAt / 8)
         look();
-    else if (m_reader && !m_family)
+    else if (m_reader && mayBeAnother())
         lookAgain(bytes);
+    watchUnderstanding(bytes);
 }
 
 void LiveStream::watch() {
@@ -92,27 +105,62 @@ void LiveStream::begin(const StreamCensus& census) {
     makeReader();
 }
 
-void LiveStream::makeReader() {
-    m_decoder.vSetDecodeMask(m_choice.mask     ? *m_choice.mask
-                             : m_choice.family ? m_choice.family->decodeMask
-                                               : guessedMask(m_family));
-    const bool isJavad = m_family && m_family->name == "javad";
-    m_reader = isJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+std::uint32_t LiveStream::mask() const {
+    if (m_choice.mask) return *m_choice.mask;
+    return m_choice.family ? m_choice.family->decodeMask : guessedMask(m_family);
 }
 
-// A receiver may send something else first, such as the texts of its start, and be known only later.
+void LiveStream::makeReader() {
+    m_decoder.vSetDecodeMask(mask());
+    const bool isJavad = m_family && m_family->name == "javad";
+    m_reader = isJavad ? makeJavadReader(m_decoder) : makeFrameReader(m_decoder);
+    m_othersAtLook = 0;
+}
+
+// A receiver may send something else first, such as the texts of its start or sentences, and be known only later.
+bool LiveStream::mayBeAnother() { return !m_choice.family && (!m_family || m_family->name == "nmea"); }
+
 void LiveStream::lookAgain(ByteSpan bytes) {
     m_looked.insert(m_looked.end(), bytes.begin(), bytes.end());
-    if (m_looked.size() < kLookedAgain) return;
-    const StreamCensus census(m_looked);
-    m_looked.erase(m_looked.begin(), m_looked.end() - static_cast<std::ptrdiff_t>(kLookedAgain / 2));
-    if (!census.guess()) return;
-    m_family = census.guess();
+    const std::uint64_t others = m_reader->counters().dropped + m_reader->held();
+    const bool isFull = m_looked.size() >= kLookedAgain;
+    if (others >= m_othersAtLook + kBytesOfAnother || (isFull && !m_family)) {
+        m_othersAtLook = others;
+        const StreamCensus census(m_looked);
+        if (census.isProof() && census.guess() != m_family) return take(*census.guess());
+    }
+    if (isFull)
+        m_looked.erase(m_looked.begin(), m_looked.end() - static_cast<std::ptrdiff_t>(kLookedAgain / 2));
+}
+
+// The reader there is goes on unless it is one that does not find the family's messages.
+void LiveStream::take(const ReceiverFamily& family) {
+    m_family = &family;
     m_recognised = true;
     m_looked.clear();
-    if (m_family->name != "javad") return;  // the reader there is finds the others' frames
+    m_decoder.vSetDecodeMask(mask());
+    if (family.name != "javad") return;
     dropReader();
     makeReader();
+}
+
+void LiveStream::watchUnderstanding(ByteSpan bytes) {
+    if (m_strangeBytes == 0) m_strangeSince = m_clock.now();
+    m_strangeBytes += bytes.size();
+    if (m_strangeBytes < kStrangeBytes) return;
+    if (bringsCorrections(bytes)) return understand();
+    m_isStrange = m_clock.now() - m_strangeSince >= kStrangeTime + lineTime(m_strangeBytes);
+}
+
+void LiveStream::understand() {
+    m_strangeBytes = 0;
+    m_isStrange = false;
+}
+
+bool LiveStream::bringsCorrections(ByteSpan bytes) {
+    std::vector<CorrectionBlock> blocks;
+    m_corrections.feed(textOf(bytes), blocks);
+    return std::ranges::any_of(blocks, [](const CorrectionBlock& block) { return block.message >= 0; });
 }
 
 // False when there is nothing to feed. A CR at the end waits for its LF unless the line has paused.
@@ -129,28 +177,15 @@ std::optional<RoutedRecord> LiveStream::routed(const std::optional<RecordView>& 
     if (!record) return std::nullopt;
     m_leadSince.reset();
     m_leadIsStale = false;
+    if (isChecked(*record)) understand();
     return chosen(m_router.route(*record));
 }
 
 std::optional<RoutedRecord> LiveStream::chosen(const std::optional<RoutedRecord>& routed) {
-    if (routed) choosePositions(*routed);
+    if (routed && m_router.adoptPositions(*routed, m_choice.family) && mayBeAnother())
+        m_family = findFamily(
+            routed->record.source == RecordSource::kCarried ? "maker" : m_router.familyOf(*routed->parser));
     return routed;
-}
-
-// The records tell whose positions count: those of a receiver's own records, of a maker's receiver those of the
-// board inside, outrank those of its sentences.
-void LiveStream::choosePositions(const RoutedRecord& routed) {
-    if (!routed.parser || (routed.use != RecordUse::kPosition && routed.use != RecordUse::kNoFix)) return;
-    const std::string_view name = m_router.familyOf(*routed.parser);
-    const bool isSentence = name == "nmea";
-    const bool isCarried = routed.record.source == RecordSource::kCarried;
-    const bool mayCount = !m_choice.family || isSentence || isCarried || name == m_choice.family->name;
-    const int rank = isSentence ? 1 : 2;
-    if (!mayCount || rank <= m_positionRank) return;
-    m_positionRank = rank;
-    m_router.setReceiver(name);
-    if (!m_choice.family && (!m_family || m_family->name == "nmea"))
-        m_family = findFamily(isCarried ? "maker" : name);
 }
 
 std::optional<RoutedRecord> LiveStream::next() {
@@ -183,14 +218,14 @@ void LiveStream::watchLead() {
         m_leadSince = m_clock.now();
         m_fedSinceLead = 0;
     }
-    m_leadIsStale = m_clock.now() - *m_leadSince >= m_choice.staleLead + lineTime();
+    m_leadIsStale = m_clock.now() - *m_leadSince >= m_choice.staleLead + lineTime(m_fedSinceLead);
 }
 
 // A frame of thousands of bytes takes a slow line longer than a false lead may stay.
-std::chrono::milliseconds LiveStream::lineTime() const {
+std::chrono::milliseconds LiveStream::lineTime(std::size_t bytes) const {
     constexpr std::size_t kBitsPerByte = 10;
     if (!m_rate || *m_rate == 0) return 0ms;
-    const std::size_t bits = std::min(m_fedSinceLead, kLongestFrame) * kBitsPerByte;
+    const std::size_t bits = std::min(bytes, kLongestFrame) * kBitsPerByte;
     return std::chrono::milliseconds(1000 * bits / *m_rate);
 }
 
@@ -215,7 +250,8 @@ void LiveStream::restart() {
     m_looked.clear();
     m_lookingSince.reset();
     m_lookedAt = 0;
-    m_positionRank = 0;
+    understand();
+    m_router.forgetPositions();
     m_proven = false;
     m_recognised = false;
     m_family = m_choice.family;

@@ -12,6 +12,7 @@
 #include "host/decode_stream.h"
 #include "host/receiver_family.h"
 #include "host/record_router.h"
+#include "host/rtcm3_scanner.h"
 #include "host/stream_census.h"
 
 namespace vkcomm {
@@ -58,7 +59,11 @@ public:
     // True once the family is known: a little later, as receivers of every family may send sentences first.
     bool isRecognised() const { return m_recognised; }
 
-    // Given or recognised; null while neither.
+    // True when bytes keep coming of which nothing is understood, no record and no corrections (RTCM 3), as after a
+    // change of the rate at the other end. Silence alone is not strange.
+    bool isStrange() const { return m_isStrange; }
+
+    // Given or recognised; null while neither. A receiver that sends sentences first is "nmea" until it sends its own.
     const ReceiverFamily* family() const { return m_family; }
 
     const RecordRouter& router() const { return m_router; }
@@ -71,15 +76,20 @@ private:
     void look();
     bool isSure(const StreamCensus& census) const;
     void begin(const StreamCensus& census);
+    bool mayBeAnother();
     void lookAgain(ByteSpan bytes);
+    void take(const ReceiverFamily& family);
+    std::uint32_t mask() const;
     void makeReader();
     void dropReader();
     bool feedReader();
     std::optional<RoutedRecord> routed(const std::optional<RecordView>& record);
     std::optional<RoutedRecord> chosen(const std::optional<RoutedRecord>& routed);
-    void choosePositions(const RoutedRecord& routed);
+    void watchUnderstanding(ByteSpan bytes);
+    void understand();
+    bool bringsCorrections(ByteSpan bytes);
     void watchLead();
-    std::chrono::milliseconds lineTime() const;
+    std::chrono::milliseconds lineTime(std::size_t bytes) const;
     bool giveUpStaleLead();
 
     const LiveChoice m_choice;
@@ -90,7 +100,8 @@ private:
     RecordRouter m_router;
     const ReceiverFamily* m_family;
     std::vector<unsigned char> m_pending;  // not decoded yet
-    std::vector<unsigned char> m_looked;   // the last bytes of a stream that is decoded without being known
+    std::vector<unsigned char> m_looked;   // the last bytes of a stream that may be of another family
+    std::uint64_t m_othersAtLook = 0;      // bytes that were in no record then
     std::optional<unsigned int> m_rate;
     std::optional<std::chrono::milliseconds> m_lookingSince;
     std::chrono::milliseconds m_lastLook{};
@@ -98,7 +109,10 @@ private:
     std::optional<std::chrono::milliseconds> m_leadSince;
     std::size_t m_fedSinceLead = 0;  // bytes
     bool m_leadIsStale = false;
-    int m_positionRank = 0;  // of the parser whose positions count; 0: none has given one
+    std::size_t m_strangeBytes = 0;  // since the last thing that was understood
+    std::chrono::milliseconds m_strangeSince{};
+    bool m_isStrange = false;
+    Rtcm3Scanner m_corrections;
     bool m_proven = false;
     bool m_recognised = false;
     bool m_doubtful = false;

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <thread>
 
+#include "vkcomm/platform/event.h"
 #include "vkcomm/platform/port_map.h"
 #include "vkcomm/util/unicode_text.h"
 
@@ -14,6 +16,8 @@ namespace {
 
 // A wait that finds nothing for this long counts as a pause of the stream.
 constexpr auto kPause = 50ms;
+// Between two looks whether an opening is to be given up.
+constexpr auto kStopLook = 50ms;
 // Bytes per second of a replay whose address names no speed: about what a receiver at 57600 bit/s sends.
 constexpr unsigned int kUsualReplaySpeed = 5000;
 constexpr unsigned int kBitsPerByte = 10;
@@ -36,10 +40,10 @@ bool ReceiverSession::open(std::string& error) {
     m_isOver = false;
     m_isFileDone = false;
     m_stream.restart();
-    m_familyTold = m_options.stream.family != nullptr;
+    m_familyTold = nullptr;
     error = whyNotToOpen();
     if (!error.empty()) return false;
-    if (openPort()) {
+    if (openUnlessStopped()) {
         m_isOpen = true;
         return true;
     }
@@ -78,6 +82,21 @@ void ReceiverSession::finish(const SessionSteps& steps) {
         steps.record(*record);
 }
 
+// A thread of its own asks, since this one waits for the other side; closing the port releases it.
+int ReceiverSession::openUnlessStopped() {
+    const bool isConnection = m_url.kind == UrlKind::kTcp || m_url.kind == UrlKind::kBluetooth;
+    if (!isConnection || !m_options.isStopped) return openPort();
+    Event opened;
+    std::thread asking([&] {
+        while (!opened.wait(kStopLook))
+            if (m_options.isStopped()) return m_port->vClosePort();
+    });
+    const int isOpen = openPort();
+    opened.set();
+    asking.join();
+    return isOpen;
+}
+
 int ReceiverSession::openPort() {
     m_readErrors = 0;
     m_hunt.begin(m_clock.now());
@@ -104,7 +123,7 @@ int ReceiverSession::openLine(unsigned int number) {
     return 0;
 }
 
-void ReceiverSession::tryNextRate() {
+void ReceiverSession::setNextRate() {
     for (std::size_t tries = 0; tries < BaudHunt::kRates.size(); ++tries) {
         if (m_hunt.rate() == m_lineRate || m_port->bChangeBaudrate(m_hunt.rate())) break;
         m_hunt.skip();
@@ -200,8 +219,8 @@ void ReceiverSession::giveRecords(const SessionSteps& steps) {
         tell(steps, SessionNotice::kRateFound,
              "the receiver talks at " + std::to_string(m_hunt.rate()) + " bit/s");
     }
-    if (m_stream.isRecognised() && !m_familyTold && !m_options.stream.family) {
-        m_familyTold = true;
+    if (m_stream.isRecognised() && !m_options.stream.family && m_stream.family() != m_familyTold) {
+        m_familyTold = m_stream.family();
         tell(steps, SessionNotice::kFamilyFound, "family: " + std::string(m_stream.family()->name));
     }
     while (const auto record = m_stream.next())
@@ -212,12 +231,24 @@ void ReceiverSession::keepHouse(const SessionSteps& steps) {
     if (m_stream.leadsGivenUp() > m_leadsTold)
         tell(steps, SessionNotice::kLeadGivenUp, "a byte that began no frame held the stream up");
     m_leadsTold = m_stream.leadsGivenUp();
-    if (m_isOpen && isHunting() && m_hunt.moveOn(m_clock.now())) {
-        tryNextRate();
-        m_stream.restart();
-        m_stream.setDoubtful(true);
-        tell(steps, SessionNotice::kRateTried, "trying " + std::to_string(m_hunt.rate()) + " bit/s");
+    if (m_isOpen && isLine() && !m_url.baud) searchRate(steps);
+}
+
+void ReceiverSession::searchRate(const SessionSteps& steps) {
+    std::string text;
+    if (m_hunt.isOver() && m_stream.isStrange()) {
+        m_hunt.resume(m_clock.now());
+        text = "what comes is not understood any more; looking for the rate again";
+    } else if (m_hunt.moveOn(m_clock.now())) {
+        setNextRate();
+        text = "trying " + std::to_string(m_hunt.rate()) + " bit/s";
+    } else {
+        return;
     }
+    m_stream.restart();
+    m_stream.setDoubtful(true);
+    m_stream.setRate(std::nullopt);
+    tell(steps, SessionNotice::kRateTried, text);
 }
 
 void ReceiverSession::lose(const std::string& why, const SessionSteps& steps) {
@@ -235,7 +266,8 @@ void ReceiverSession::openAgain(const SessionSteps& steps) {
         return;
     }
     waitToRetry();
-    tell(steps, SessionNotice::kNotOpened, error);
+    const bool isGivenUp = m_options.isStopped && m_options.isStopped();
+    if (!isGivenUp) tell(steps, SessionNotice::kNotOpened, error);
 }
 
 // Longer each time, until bytes come: a device that opens and goes again at once is no better than one that

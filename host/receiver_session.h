@@ -1,7 +1,8 @@
 // A receiver at an address, from opening to the last record: what a host does around a port.
 //
-// The session owns the port and its messages, opens it, finds out the rate where none was given, hands on every
-// record, opens it again when the device went away, and tells what happens in events.
+// The session owns the port and its messages, opens it, finds out the rate where none was given (and again when what
+// comes is understood no more), hands on every record, opens it again when the device went away, and tells what happens
+// in events.
 //
 // Threads: pump, open and close from one thread, which also gets all records and events; commands may be given to
 // port() from any.
@@ -26,9 +27,9 @@ enum class SessionNotice : std::uint8_t {
     kOpened,     // again, after a loss
     kLost,       // the device has gone, or the other side has closed
     kNotOpened,  // trying again has failed; the next try comes later
-    kRateTried,  // of a search for the rate
+    kRateTried,  // of a search for the rate, which may begin again after it was found
     kRateFound,
-    kFamilyFound,
+    kFamilyFound,  // also when another shows later: a receiver may send sentences first
     kLeadGivenUp,  // a byte that looked like the lead of a frame held the stream up
     kOverflow,     // the host was slow: bytes were lost
     kWriteFailed,  // what was queued is discarded
@@ -45,6 +46,9 @@ struct SessionOptions {
     bool reopen = true;
     std::chrono::milliseconds firstRetry{500};  // doubled with each failure
     std::chrono::milliseconds lastRetry{10000};
+    // Asked from another thread while a connection is being opened, which may take many seconds; true ends that.
+    // Empty: nothing does.
+    std::function<bool()> isStopped;
     CommDevices* devices = nullptr;  // null: the machine's
     Clock* clock = &systemClock();
 };
@@ -99,17 +103,19 @@ private:
     bool isHunting() const { return isLine() && !m_url.baud && !m_hunt.isOver(); }
 
     std::string whyNotToOpen() const;
+    int openUnlessStopped();
     int openPort();
     unsigned int speed() const;
     int openFile();
     int openLine(unsigned int number);
-    void tryNextRate();
+    void setNextRate();
     void endFile(const SessionSteps& steps);
     void openAgain(const SessionSteps& steps);
     void handle(const Message& message, const SessionSteps& steps);
     void takeBytes(const SessionSteps& steps);
     void giveRecords(const SessionSteps& steps);
     void keepHouse(const SessionSteps& steps);
+    void searchRate(const SessionSteps& steps);
     void closePort();
     void waitToRetry();
     void lose(const std::string& why, const SessionSteps& steps);
@@ -125,7 +131,7 @@ private:
     bool m_isOpen = false;
     bool m_isOver = false;
     bool m_isFileDone = false;
-    bool m_familyTold = false;
+    const ReceiverFamily* m_familyTold = nullptr;
     unsigned int m_readErrors = 0;  // without bytes in between
     unsigned int m_reopened = 0;
     std::uint64_t m_overflows = 0;

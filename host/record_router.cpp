@@ -64,6 +64,20 @@ std::optional<RoutedRecord> RecordRouter::carriedIf(CNOut::RETURN result) {
     return route(record);
 }
 
+bool RecordRouter::adoptPositions(const RoutedRecord& routed, const ReceiverFamily* asked) {
+    if (!routed.parser || (routed.use != RecordUse::kPosition && routed.use != RecordUse::kNoFix))
+        return false;
+    const std::string_view name = familyOf(*routed.parser);
+    const bool isSentence = name == kNames[kNmea];
+    const bool isCarried = routed.record.source == RecordSource::kCarried;
+    const bool mayCount = !asked || isSentence || isCarried || name == asked->name;
+    const int rank = isSentence ? 1 : 2;
+    if (!mayCount || rank <= m_positionRank) return false;
+    m_positionRank = rank;
+    setReceiver(name);
+    return true;
+}
+
 std::string_view RecordRouter::familyOf(const FamilyParser& parser) const {
     const auto own = std::ranges::find(m_parsers, &parser, [](const auto& p) { return p.get(); });
     return own == m_parsers.end() ? std::string_view()

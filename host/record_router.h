@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "host/family_parser.h"
+#include "host/receiver_family.h"
 
 namespace vkcomm {
 
@@ -35,6 +36,14 @@ public:
     // Whose positions count; a name of makeFamilyParser.
     void setReceiver(std::string_view family) { m_receiver = parserOf(family); }
 
+    // After a record was given: makes its parser the receiver when its positions are better than those that count.
+    // The receiver's own, of a maker's receiver those of the board inside, outrank those of its sentences; of other
+    // families than the one asked for (null: any will do) they do not count. True when that changed the receiver.
+    bool adoptPositions(const RoutedRecord& routed, const ReceiverFamily* asked);
+
+    // From here on any positions are better than those so far.
+    void forgetPositions() { m_positionRank = 0; }
+
     const FamilyParser& receiver() const { return *m_receiver; }
 
     // True for a record of the receiver that completed a position, or said that there is none.
@@ -58,6 +67,7 @@ private:
 
     std::array<std::unique_ptr<FamilyParser>, kFamilies> m_parsers;
     FamilyParser* m_receiver;
+    int m_positionRank = 0;  // of the positions that adoptPositions has chosen; 0: none
     CNOut m_carried;
     std::uint64_t m_carrierOffset = 0;
     std::optional<ReceiverTime> m_time;

@@ -66,15 +66,21 @@ std::string RecordedStream::guessText() const {
 bool RecordedStream::run(const Steps& steps) {
     const auto record = [&](const RecordView& view) {
         if (m_asked && m_asked->owns(view)) ++m_ownRecords;
-        if (!steps.record(m_router.route(view))) return false;
+        if (!give(m_router.route(view), steps)) return false;
         while (const auto carried = m_router.nextCarried())
-            if (!steps.record(*carried)) return false;
+            if (!give(*carried, steps)) return false;
         return true;
     };
     if (!readStream(*m_source, *m_reader, m_chunk, {record, steps.progress})) return false;
     while (const auto carried = m_router.nextCarriedAtEnd())
-        if (!steps.record(*carried)) return false;
+        if (!give(*carried, steps)) return false;
     return true;
+}
+
+// The beginning of a pipe may be too short to tell whose positions will come.
+bool RecordedStream::give(const RoutedRecord& routed, const Steps& steps) {
+    if (!size() && m_census) m_router.adoptPositions(routed, isAll(m_asked) ? nullptr : m_asked);
+    return steps.record(routed);
 }
 
 std::string RecordedStream::problem() const {

@@ -1,7 +1,7 @@
 // A recording played through reader and router: what every verb that looks at recordings does.
 //
 // Without a family or a mask the family is guessed (see guessedMask): of a file from its beginning; a pipe is not
-// waited for, its first records make the guess.
+// waited for, its first records make the guess, and whose positions count is seen as they come.
 #pragma once
 
 #include <functional>
@@ -59,6 +59,7 @@ private:
 
     void choose(const StreamChoice& choice);
     void look(bool untilRecognised);
+    bool give(const RoutedRecord& routed, const Steps& steps);
     std::uint32_t maskFor(const StreamChoice& choice) const;
 
     std::string m_path;

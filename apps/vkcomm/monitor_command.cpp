@@ -55,10 +55,11 @@ public:
 
 private:
     void take(const RoutedRecord& record) {
-        m_report.count(record, systemClock().now());
+        const auto now = systemClock().now();
+        m_report.count(record, now);
         if (!m_session->stream().router().isPosition(record)) return;
-        m_report.countPosition();
-        if (!m_isScreen) writeLine(systemClock().now());
+        m_report.countPosition(now);
+        if (!m_isScreen) writeLine(now);
     }
 
     void writeLine(std::chrono::milliseconds now) {

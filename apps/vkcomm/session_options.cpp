@@ -107,6 +107,9 @@ OpenedSession openSession(const SessionChoice& choice, CommDevices* devices) {
     options.stream.staleLead = parseDuration(choice.leadTimeout).value_or(0ms);
     options.reopen = !choice.noReopen;
     options.devices = devices;
+    const auto limit = parseDuration(choice.runFor);
+    const auto end = systemClock().now() + limit.value_or(0ms);
+    options.isStopped = [=] { return stopRequested() || (limit && systemClock().now() >= end); };
     opened.session = std::make_unique<ReceiverSession>(
         opened.simulator ? addressOf(*url, *opened.simulator) : *url, options);
     if (opened->open(error)) return opened;

@@ -317,6 +317,7 @@ TEST_F(TrimblePortTest, ThalesBaudMovesBothEnds) {
     };
 
     open();
+    port.vSetLinePort(2);  // B: the flag alone says whether this end follows
     for (const auto& c : cases) {
         const std::size_t before = sent().size();
         std::vector<unsigned> rates;

@@ -269,6 +269,8 @@ TEST_F(Verbs, PipesAreNotWaitedFor) {
                                   "for i in $(seq 200); do grep -s GPGGA lines && break; sleep 0.05; done\n"
                                   "exec 3>&-; wait");
     EXPECT_THAT(linesOf(outcome.out), ElementsAre(HasSubstr("GPGGA")));
+    // whose positions will come cannot be told from raw data
+    EXPECT_EQ(shell("{ cat ranges; sleep 0.5; cat ranges nmea; } | VKCOMM gga - 2>/dev/null").out, kGga);
 }
 
 // A reader that has seen enough, such as head.

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "host/rate_meter.h"
+#include "host/rtcm3_scanner.h"
 #include "sim/recording.h"
 #include "tests/decode/frames.h"
 #include "tests/host/literal_frames.h"
@@ -150,24 +151,80 @@ TEST(LiveStream, DecodesWhatItDoesNotKnowUnlessTheRateIsInDoubt) {
     }
 }
 
-// The texts of a start that takes longer than the first look, then the receiver's own messages.
+// What comes before takes longer than the first look.
 TEST(LiveStream, RecognisesAReceiverThatStartsSlowly) {
-    const std::string known = simulated("javad", 60);
-    MovedClock clock;
-    LiveStream stream({}, clock);
-    Records records;
-    stream.feed(spanOf("booting\r\n"));
-    clock.time += 4000ms;
-    stream.watch();
-    take(stream, records);
-    for (std::size_t at = 0; at < known.size(); at += 1000) {
-        stream.feed(spanOf(std::string_view(known).substr(at, 1000)));
+    const struct {
+        const char* name;
+        std::string before;
+        const char* family;
+        std::size_t lost;  // records, at most
+    } cases[] = {
+        {"texts of the start", "booting\r\n", "javad", 100},
+        {"sentences", simulated("nmea", 20), "javad", 100},
+        {"sentences", simulated("nmea", 20), "oem4", 0},
+        {"texts of the start", "booting\r\n", "oem4", 0},
+    };
+
+    for (const auto& c : cases) {
+        const std::string known = simulated(c.family, 60);
+        MovedClock clock;
+        LiveStream stream({}, clock);
+        Records records;
+        stream.feed(spanOf(c.before));
+        clock.time += 4000ms;
+        stream.watch();
         take(stream, records);
+        const std::size_t before = records.size();
+        for (std::size_t at = 0; at < known.size(); at += 1000) {
+            stream.feed(spanOf(std::string_view(known).substr(at, 1000)));
+            take(stream, records);
+        }
+        while (stream.nextAtEnd()) {
+        }
+        ASSERT_TRUE(stream.family()) << c.name;
+        EXPECT_EQ(stream.family()->name, c.family) << c.name;
+        EXPECT_GE(records.size() + c.lost, before + decoded(known, c.family).size()) << c.name;
+        EXPECT_EQ(stream.counters().received, c.before.size() + known.size()) << c.name;
     }
-    ASSERT_TRUE(stream.family());
-    EXPECT_EQ(stream.family()->name, "javad");
-    EXPECT_GT(records.size(), decoded(known, "javad").size() / 2);
-    EXPECT_EQ(stream.counters().received, 9 + known.size());
+}
+
+std::string rtcm3(const std::string& body) {
+    const std::string frame = {'\xD3', '\0', test::chr(static_cast<unsigned>(body.size()))};
+    const std::uint32_t check = crc24q(frame + body);
+    return frame + body + test::chr(check >> 16) + test::chr(check >> 8 & 0xFF) + test::chr(check & 0xFF);
+}
+
+// A piece a second.
+TEST(LiveStream, BytesThatMakeNoSenseForAWhileAreStrange) {
+    const std::string noise(60, '\x55');
+
+    const struct {
+        const char* name;
+        std::string piece;
+        std::string once;  // at the tenth second
+        int strangeAt;     // second; 0: never
+    } cases[] = {
+        {"noise", noise, noise, 16},      {"noise behind a record", noise, kSentences, 26},
+        {"sentences", kSentences, "", 0}, {"corrections", rtcm3(std::string(60, 'c')), "", 0},
+        {"a few bytes", "x", noise, 0},
+    };
+
+    for (const auto& c : cases) {
+        MovedClock clock;
+        LiveStream stream({}, clock);
+        Records records;
+        int strangeAt = 0;
+        for (int second = 1; second <= 60 && strangeAt == 0; ++second) {
+            stream.feed(spanOf(second == 10 ? c.once : c.piece));
+            stream.watch();
+            take(stream, records);
+            if (stream.isStrange()) strangeAt = second;
+            clock.time += 1000ms;
+        }
+        EXPECT_EQ(strangeAt, c.strangeAt) << c.name;
+        stream.restart();
+        EXPECT_FALSE(stream.isStrange()) << c.name;
+    }
 }
 
 // 1,800 bytes take a line of 4800 bit/s 3.75 s.
@@ -377,6 +434,29 @@ TEST_F(Session, ComesBackAfterTheDeviceWasGone) {
     while (once.pump(50ms, steps)) {
     }
     EXPECT_EQ(notices.back(), SessionNotice::kLost);
+}
+
+// What comes at once does not fit into what is between the two.
+TEST_F(Session, AConnectionThatIsQuickerThanTheHostLosesNothing) {
+    const std::string bytes = simulated("oem4", 4000);
+    const std::size_t expected = decoded(bytes, "oem4").size();
+    SystemError failure;
+    const auto server = openTcpServer("127.0.0.1", 0, failure);
+    ASSERT_TRUE(server) << failure.message();
+    std::string error;
+    ReceiverSession session(url(server->address()), {});
+    ASSERT_TRUE(session.open(error)) << error;
+    while (server->clients() == 0)
+        std::this_thread::yield();
+    for (std::string_view rest = bytes; !rest.empty();) {
+        while (const std::size_t taken = rest.size() - server->write(spanOf(rest)))
+            rest.remove_prefix(taken);
+        session.pump(1ms, steps);
+    }
+    pumpUntil(session, [&] { return session.port().Counters().received >= bytes.size(); });
+    session.finish(steps);
+    EXPECT_EQ(records.size(), expected);
+    EXPECT_EQ(session.port().Counters().overflows, 0U);
 }
 
 TEST_F(Session, SaysWhyAPortCannotBeOpened) {

@@ -254,6 +254,18 @@ TEST(JavadStream, MessagesAndLinesComeInOrderHoweverTheyArrive) {
     }
 }
 
+// As PO and as PV.
+TEST(JavadStream, OfAPositionThatComesTwiceOneCounts) {
+    std::string po = "PO01E" + kJavadPosition.substr(5, 28) + kJavadPosition[49];
+    po += chr(javadChecksum(spanOf(po)));
+    const std::string pv = kJavadPosition;
+    const std::pair<std::string, std::size_t> cases[] = {
+        {po + pv + po + pv, 2}, {pv + po + pv, 2}, {po + po, 2}, {po + pv + pv + pv, 3}, {pv + po + po, 2},
+    };
+    for (const auto& [stream, positions] : cases)
+        EXPECT_EQ(Routed("javad", stream).ggas.size(), positions) << stream.size();
+}
+
 TEST(JavadStream, TimeOfDayGoesOnOverMidnight) {
     const auto timeOfDay = [](std::uint32_t milliseconds) {
         const std::string message = "~~005" + little(milliseconds, 4);

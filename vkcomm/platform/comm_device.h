@@ -3,8 +3,8 @@
 //
 // Threads: one thread reads (waitForEvent, bytesQueued, read, or control with kControlWait), one writes; any
 // other thread may at the same time change settings, call setEventMask(0), which releases waitForEvent, and
-// close, which releases every call that waits; these then fail, as does each later call. The object must live
-// until the last call has returned. Nothing throws.
+// close, which releases every call that waits; these then fail, as does each later call. An open that waits for the
+// other side is released by close, too. The object must live until the last call has returned. Nothing throws.
 #pragma once
 
 #include <cstddef>
@@ -115,6 +115,9 @@ public:
                          std::uint32_t& outcome) = 0;
 
     virtual void close() = 0;
+
+    // True when nothing is lost while nobody reads: the other side waits, as over a connection. Any thread, after open.
+    virtual bool peerWaits() const { return false; }
 };
 
 // Makes devices that are not open yet. Any thread.

@@ -48,6 +48,10 @@ bool PortSession::comPass(CommDevice& device, std::span<unsigned char> buffer) {
             pause(m_reader, kNothingQueuedPause);
             return true;
         }
+        if (device.peerWaits()) {
+            queued = std::min(queued, static_cast<std::uint32_t>(buffer.size()));
+            if (!awaitRoom(queued)) return false;
+        }
         count = readQueued(device, buffer, queued);
         if (count == 0) reportReadError(device);
     }
@@ -123,7 +127,8 @@ bool PortSession::playTick(ByteFile& file, std::span<unsigned char> buffer, std:
     return true;
 }
 
-// A host that reads slowly slows the playback down; bytes of a file need not be lost. False when told to stop.
+// A host that reads slowly slows down what can wait, a file or the other side of a connection: no byte of theirs need be
+// lost. False when told to stop.
 bool PortSession::awaitRoom(std::size_t bytes) {
     while (!m_reader.stop.isSet()) {
         if (decoderRoom() >= bytes) return true;

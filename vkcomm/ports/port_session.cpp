@@ -52,9 +52,16 @@ PortSession::Running::~Running() {
     m_loop.ended.set();
 }
 
+bool PortSession::expect(std::shared_ptr<CommDevice> device) {
+    const std::scoped_lock lock(m_lock);
+    m_opening = std::move(device);
+    return !m_isClosing;
+}
+
 bool PortSession::attach(std::shared_ptr<CommDevice> device) {
     {
         const std::scoped_lock lock(m_lock);
+        m_opening.reset();
         if (!m_isClosing) {
             m_device = std::move(device);
             return true;
@@ -77,6 +84,11 @@ bool PortSession::hasFile() const {
 std::unique_ptr<ByteFile> PortSession::takeFile() {
     const std::scoped_lock lock(m_lock);
     return std::move(m_file);
+}
+
+std::shared_ptr<CommDevice> PortSession::opening() const {
+    const std::scoped_lock lock(m_lock);
+    return m_opening;
 }
 
 std::shared_ptr<CommDevice> PortSession::device() const {
@@ -140,6 +152,7 @@ bool PortSession::beginClosing() {
 }
 
 void PortSession::closeDevice() {
+    if (const auto opening = this->opening()) opening->close();
     const std::shared_ptr<CommDevice> device = this->device();
     if (!device) return;
     m_writer.stop.set();

@@ -79,6 +79,8 @@ public:
 
     const SessionSetup& setup() const { return m_setup; }
 
+    // The device is about to be opened, which a close ends; null: that has failed. False when the session is closed.
+    bool expect(std::shared_ptr<CommDevice> device);
     // From here on the handle is valid. False, and the device closed, when the session was closed meanwhile.
     bool attach(std::shared_ptr<CommDevice> device);
     void attach(std::unique_ptr<ByteFile> file);
@@ -155,6 +157,7 @@ private:
     bool startLoop(Loop& loop, Run run);
     Run readerLoop() const;
 
+    std::shared_ptr<CommDevice> opening() const;
     bool beginClosing();
     void closeDevice();
     void awaitEnd(Loop& loop, int slices);
@@ -192,6 +195,7 @@ private:
 
     const SessionSetup m_setup;
     mutable std::mutex m_lock;
+    std::shared_ptr<CommDevice> m_opening;  // being opened
     std::shared_ptr<CommDevice> m_device;
     std::unique_ptr<ByteFile> m_file;  // until the playback loop takes it
     bool m_isClosing = false;

@@ -107,11 +107,13 @@ int CSerialPort::openPlayback(PortSession& session) {
 std::shared_ptr<CommDevice> CSerialPort::openDevice(PortSession& session, const std::wstring& name,
                                                     std::uint32_t attributes) {
     const std::shared_ptr<CommDevice> device = (m_devices ? *m_devices : systemCommDevices()).make();
+    if (!session.expect(device)) return nullptr;
     if (device->open(name, attributes)) {
         m_meter->note({});
         return session.attach(device) ? device : nullptr;
     }
     m_meter->note(device->lastError(), device->openError());
+    session.expect(nullptr);
     return nullptr;
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -12,6 +13,7 @@
 #include "tests/ports/fake_device.h"
 #include "vkcomm/platform/byte_server.h"
 #include "vkcomm/platform/event.h"
+#include "vkcomm/platform/listener.h"
 
 namespace vkcomm {
 namespace {
@@ -166,6 +168,46 @@ TEST_F(SessionFaults, FindsTheRateOfAQuietReceiverAtTheFirstVisit) {
     pumpUntilTold(SessionNotice::kRateFound);
     EXPECT_EQ(std::ranges::count(notices, SessionNotice::kRateTried), 1) << "9600 is the second rate";
     pumpUntil([this] { return records.size() >= 2; });
+}
+
+// Switched off and on again, a receiver may talk at the rate it is delivered with.
+TEST_F(SessionFaults, FindsTheRateAgainWhenTheReceiverHasChangedIt) {
+    std::atomic<unsigned> right = 9600;
+    devices.setUp = [&](FakeDevice& made) {
+        made.source = [&, isTurn = false](const CommState& state) mutable {
+            isTurn = !isTurn;
+            if (!isTurn) return Pass{0, {}, {}, false};
+            return data(state.BaudRate == right ? kGga : std::string(40, '\xF8'));
+        };
+    };
+    open("com:7");
+    pumpUntilTold(SessionNotice::kRateFound);
+    pumpUntil([this] { return !records.empty(); });
+    right = 19200;
+    pumpUntilTold(SessionNotice::kRateFound, 2);
+    EXPECT_EQ(session->rate(), 19200U);
+    EXPECT_THAT(texts, Contains("what comes is not understood any more; looking for the rate again"));
+    records.clear();
+    pumpUntil([this] { return !records.empty(); });
+    EXPECT_EQ(records.front(), kGga);
+}
+
+// A listener that accepts nobody answers no more once its queue is full.
+TEST_F(SessionFaults, AWishToStopEndsAnOpeningThatNobodyAnswers) {
+    SystemError failure;
+    const auto listener = openListener("127.0.0.1", 0, failure);
+    ASSERT_TRUE(listener) << failure.message();
+    std::string error;
+    const auto url = parsePortUrl("tcp://127.0.0.1:" + std::to_string(listener->port()), error);
+    std::atomic<int> asked = 0;
+    SessionOptions stoppable;
+    stoppable.isStopped = [&] { return ++asked % 3 == 0; };
+    std::vector<std::unique_ptr<ReceiverSession>> queued;
+    do
+        queued.push_back(std::make_unique<ReceiverSession>(*url, stoppable));
+    while (queued.back()->open(error));
+    EXPECT_THAT(error, HasSubstr(std::generic_category().message(ECANCELED)));
+    EXPECT_GE(asked, 3);
 }
 
 TEST_F(SessionFaults, TellsOfAFailedWriteAndGoesOn) {

@@ -52,10 +52,10 @@ class BluetoothLine final : public ConnectionLine {
 public:
     explicit BluetoothLine(std::optional<BluetoothAddress> address) : m_address(address) {}
 
-    Descriptor open(Refusal& refusal) override {
+    Descriptor open(Refusal& refusal, int wake) override {
         Descriptor fd = makeStreamSocket(kBluetoothFamily, kRfcomm);
         int code = fd ? 0 : errno;
-        if (code == 0 && m_address) code = connectDevice(fd.get(), *m_address, -1);
+        if (code == 0 && m_address) code = connectDevice(fd.get(), *m_address, wake);
         if (code == 0) return fd;
         refusal = explain(code);
         return Descriptor();

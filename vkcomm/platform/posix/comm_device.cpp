@@ -81,6 +81,8 @@ public:
 
     void close() override { shut(); }
 
+    bool peerWaits() const override { return m_line && m_line->peerWaits(); }
+
 private:
     class Use;
 
@@ -107,6 +109,7 @@ private:
     mutable std::mutex m_lock;  // for all that follows; never held during a call that waits
     std::condition_variable m_idle;
     std::shared_ptr<Descriptor> m_descriptor;  // null before open and after close
+    bool m_isClosed = false;
     int m_uses = 0;
     std::uint32_t m_mask = 0;
     std::uint32_t m_queueIn = 0;  // 0: of any size
@@ -151,11 +154,11 @@ bool PosixCommDevice::open(const std::wstring& name, std::uint32_t /*attributes*
     if (m_release.descriptor() < 0 || m_closing.descriptor() < 0)
         return refuse({kErrorNotFunctioning, EMFILE, "the program has too many files open"});
     Refusal refusal;
-    Descriptor descriptor = m_line->open(refusal);
+    Descriptor descriptor = m_line->open(refusal, m_closing.descriptor());
     if (!descriptor) return refuse(refusal);
     const std::scoped_lock lock(m_lock);
-    m_descriptor = std::make_shared<Descriptor>(std::move(descriptor));
-    return true;
+    if (!m_isClosed) m_descriptor = std::make_shared<Descriptor>(std::move(descriptor));
+    return !m_isClosed;
 }
 
 bool PosixCommDevice::refuse(const Refusal& refusal) {
@@ -169,10 +172,11 @@ bool PosixCommDevice::refuse(const Refusal& refusal) {
 // thread could be given to another file at once.
 void PosixCommDevice::shut() {
     std::unique_lock lock(m_lock);
+    m_isClosed = true;
+    m_closing.set();
     const std::shared_ptr<Descriptor> descriptor = std::exchange(m_descriptor, nullptr);
     if (!descriptor) return;
     m_release.set();
-    m_closing.set();
     lock.unlock();
     m_line->prepareClose(descriptor->get());
     lock.lock();
@@ -378,7 +382,7 @@ bool PosixCommDevice::connectTo(ByteSpan address, std::uint32_t& outcome) {
 // A socket connects once: a new one takes its place, and who waits for the old one sees its end.
 bool PosixCommDevice::reset() {
     Refusal refusal;
-    Descriptor fresh = m_line->open(refusal);
+    Descriptor fresh = m_line->open(refusal, m_closing.descriptor());
     if (!fresh) return succeed("reset", refusal.code);
     std::shared_ptr<Descriptor> old;  // closed last, behind the lock
     const Use use(*this);

@@ -43,8 +43,12 @@ class Line {
 public:
     virtual ~Line() = default;
 
-    // No descriptor on failure, which refusal tells.
-    virtual Descriptor open(Refusal& refusal) = 0;
+    // No descriptor on failure, which refusal tells. What waits for the other side ends when the descriptor wake becomes
+    // readable.
+    virtual Descriptor open(Refusal& refusal, int wake) = 0;
+
+    // Whether the other side waits while nothing is read.
+    virtual bool peerWaits() const { return false; }
 
     virtual int getState(int fd, CommState& state) = 0;
     virtual int setState(int fd, const CommState& state) = 0;

@@ -18,6 +18,8 @@ int connectStream(int fd, const sockaddr* address, socklen_t size, std::chrono::
 // A line without settings, over which bytes go both ways: what all connections have in common.
 class ConnectionLine : public Line {
 public:
+    bool peerWaits() const final { return true; }
+
     int getState(int fd, CommState& state) final;
     int setState(int fd, const CommState& state) final;
     // Discards nothing: what arrives over a connection is never stale.

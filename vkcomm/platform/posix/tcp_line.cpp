@@ -58,12 +58,12 @@ public:
     explicit TcpLine(HostPort place) : m_place(std::move(place)) {}
 
     // The first address that answers.
-    Descriptor open(Refusal& refusal) override {
+    Descriptor open(Refusal& refusal, int wake) override {
         const Addresses addresses = resolve(m_place, refusal);
         for (const addrinfo* each = addresses.get(); each; each = each->ai_next) {
             Descriptor fd = makeStreamSocket(each->ai_family, each->ai_protocol);
             const int code =
-                fd ? connectStream(fd.get(), each->ai_addr, each->ai_addrlen, kConnectTime, -1) : errno;
+                fd ? connectStream(fd.get(), each->ai_addr, each->ai_addrlen, kConnectTime, wake) : errno;
             if (code == 0) {
                 tune(fd.get());
                 return fd;
@@ -71,6 +71,7 @@ public:
             refusal = {kErrorNotFound, code,
                        std::generic_category().message(code) +
                            "; is the receiver switched on, and are address and port right?"};
+            if (code == ECANCELED) break;
         }
         return Descriptor();
     }

@@ -151,7 +151,7 @@ class TtyLine final : public Line {
 public:
     explicit TtyLine(std::string path) : m_path(std::move(path)) {}
 
-    Descriptor open(Refusal& refusal) override {
+    Descriptor open(Refusal& refusal, int /*wake*/) override {
         Descriptor fd(::open(m_path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
         const int code = fd ? claim(fd.get()) : errno;
         if (code == 0) return fd;

@@ -97,6 +97,11 @@ public:
 
     void close() override { shut(); }
 
+    bool peerWaits() const override {
+        const std::scoped_lock lock(m_lock);
+        return m_line && m_line->peerWaits();
+    }
+
 private:
     void shut();
     bool refuse(const Refusal& refusal);
@@ -112,6 +117,7 @@ private:
     mutable std::mutex m_lock;  // for all that follows; never held during a call that waits
     std::condition_variable m_idle;
     std::shared_ptr<Line> m_line;  // null before open and after close
+    bool m_isClosed = false;
     int m_uses = 0;
     SystemError m_lastError;
 };
@@ -129,8 +135,8 @@ bool Win32CommDevice::open(const std::wstring& name, std::uint32_t attributes) {
     if (!line->open(attributes, m_closing.get(), refusal)) return refuse(refusal);
     m_openError = line->openError();
     const std::scoped_lock lock(m_lock);
-    m_line = line;
-    return true;
+    if (!m_isClosed) m_line = line;
+    return !m_isClosed;
 }
 
 bool Win32CommDevice::refuse(const Refusal& refusal) {
@@ -143,10 +149,11 @@ bool Win32CommDevice::refuse(const Refusal& refusal) {
 // Whoever waits is released first; the handle is closed behind the last of them.
 void Win32CommDevice::shut() {
     std::unique_lock lock(m_lock);
+    m_isClosed = true;
+    m_closing.set();
     const std::shared_ptr<Line> line = std::exchange(m_line, nullptr);
     if (!line) return;
     m_release.set();
-    m_closing.set();
     lock.unlock();
     line->release();
     lock.lock();

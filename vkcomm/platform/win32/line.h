@@ -29,6 +29,9 @@ public:
     // wake is set for good when all that waits is to end.
     virtual bool open(std::uint32_t attributes, HANDLE wake, Refusal& refusal) = 0;
 
+    // Whether the other side waits while nothing is read.
+    virtual bool peerWaits() const { return false; }
+
     // Of an open that succeeded: 0 or kErrorAlreadyExists.
     virtual int openError() const { return 0; }
 

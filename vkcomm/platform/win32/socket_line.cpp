@@ -35,6 +35,8 @@ public:
         return m_socket != nullptr;
     }
 
+    bool peerWaits() const override { return true; }
+
     DWORD getTimeouts(CommTimeouts& timeouts) override {
         const std::scoped_lock lock(m_lock);
         timeouts = m_timeouts;
