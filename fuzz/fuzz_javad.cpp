@@ -24,7 +24,8 @@ Stream frame(ByteSpan input, std::size_t piece) {
     const auto use = [&](const JavadMessage& message) {
         require(message.offset >= end);
         end = message.offset + message.bytes.size();
-        require(std::ranges::equal(message.bytes, input.subspan(message.offset, message.bytes.size())));
+        require(std::ranges::equal(
+            message.bytes, input.subspan(static_cast<std::size_t>(message.offset), message.bytes.size())));
         stream.offsets.push_back(message.offset);
         storeJavadMessage(stream.parser, message);
     };

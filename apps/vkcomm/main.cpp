@@ -15,7 +15,8 @@ int main(int argc, char** argv) {
     app.allow_windows_style_options(false);  // a path may begin with a slash
     app.set_version_flag("--version", VKCOMM_VERSION);
     app.require_subcommand(1);
-    app.footer("vkcomm VERB --help explains each verb, with an example that needs no hardware.");
+    app.footer("vkcomm VERB --help explains each verb, with an example that needs no hardware.\n"
+               "The exit status is 0 when done, 1 when something failed, 2 for wrong usage.");
     Run run;
     addDecode(app, run);
     addGga(app, run);
