@@ -17,7 +17,8 @@ constexpr auto kBetweenLooks = 100ms;  // where nothing else asks for one
 constexpr std::size_t kLookedAgain = 4096;
 constexpr std::size_t kBytesOfAnother = 512;  // in no record: worth a look
 constexpr std::size_t kLongestFrame = 8192;
-// So many bytes, for so long, without anything that is understood: longer than any receiver rests.
+// So many bytes, for so long, and as many again, without anything that is understood: more than a receiver says when it
+// starts, and longer than it rests.
 constexpr std::size_t kStrangeBytes = 512;
 constexpr auto kStrangeTime = 15000ms;
 
@@ -31,8 +32,10 @@ LiveChoice withoutAll(LiveChoice choice) {
 
 // Records that noise does not make.
 bool isChecked(const RecordView& record) {
-    constexpr LOG_TYPE kTypes[] = {LOG_NMEA,       LOG_OEM4_BINARY,       LOG_OEM4_ASCII, LOG_TRIMBLE_PACKET,
-                                   LOG_CMC_BINARY, LOG_HEMISPHERE_BINARY, LOG_VAREK_REPLY};
+    constexpr LOG_TYPE kTypes[] = {LOG_NMEA,           LOG_OEM4_BINARY, LOG_OEM4_ASCII,
+                                   LOG_TRIMBLE_PACKET, LOG_CMC_BINARY,  LOG_HEMISPHERE_BINARY,
+                                   LOG_VAREK_REPLY,    LOG_REPLY_OK,    LOG_REPLY_ERROR,
+                                   LOG_PORT_PROMPT};
     return record.source != RecordSource::kStream ||
            std::ranges::find(kTypes, record.type) != std::end(kTypes);
 }
@@ -118,7 +121,7 @@ void LiveStream::makeReader() {
 }
 
 // A receiver may send something else first, such as the texts of its start or sentences, and be known only later.
-bool LiveStream::mayBeAnother() { return !m_choice.family && (!m_family || m_family->name == "nmea"); }
+bool LiveStream::mayBeAnother() const { return !m_choice.family && (!m_family || m_family->name == "nmea"); }
 
 void LiveStream::lookAgain(ByteSpan bytes) {
     m_looked.insert(m_looked.end(), bytes.begin(), bytes.end());
@@ -147,13 +150,19 @@ void LiveStream::take(const ReceiverFamily& family) {
 void LiveStream::watchUnderstanding(ByteSpan bytes) {
     if (m_strangeBytes == 0) m_strangeSince = m_clock.now();
     m_strangeBytes += bytes.size();
-    if (m_strangeBytes < kStrangeBytes) return;
+    const std::size_t held = m_reader ? m_reader->held() : 0;  // may become something
+    const std::size_t strange = m_strangeBytes - std::min(held, m_strangeBytes);
+    if (strange < kStrangeBytes) return;
     if (bringsCorrections(bytes)) return understand();
-    m_isStrange = m_clock.now() - m_strangeSince >= kStrangeTime + lineTime(m_strangeBytes);
+    if (m_clock.now() - m_strangeSince < kStrangeTime + lineTime(m_strangeBytes))
+        m_strangeInTime = strange;
+    else
+        m_isStrange = strange >= m_strangeInTime + kStrangeBytes;
 }
 
 void LiveStream::understand() {
     m_strangeBytes = 0;
+    m_strangeInTime = 0;
     m_isStrange = false;
 }
 

@@ -76,7 +76,7 @@ private:
     void look();
     bool isSure(const StreamCensus& census) const;
     void begin(const StreamCensus& census);
-    bool mayBeAnother();
+    bool mayBeAnother() const;
     void lookAgain(ByteSpan bytes);
     void take(const ReceiverFamily& family);
     std::uint32_t mask() const;
@@ -109,7 +109,8 @@ private:
     std::optional<std::chrono::milliseconds> m_leadSince;
     std::size_t m_fedSinceLead = 0;  // bytes
     bool m_leadIsStale = false;
-    std::size_t m_strangeBytes = 0;  // since the last thing that was understood
+    std::size_t m_strangeBytes = 0;   // since the last thing that was understood
+    std::size_t m_strangeInTime = 0;  // of these, those from before it has taken long
     std::chrono::milliseconds m_strangeSince{};
     bool m_isStrange = false;
     Rtcm3Scanner m_corrections;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <system_error>
 #include <thread>
 
 #include "vkcomm/platform/event.h"
@@ -50,6 +51,7 @@ bool ReceiverSession::open(std::string& error) {
     error = m_url.text + ": " + m_port->LastError().message();
     if (m_url.baud && m_port->nOpenError() == 0 && m_port->bIsValid())
         error += "; it may not take " + std::to_string(*m_url.baud) + " bit/s";
+    if (m_options.isStopped && m_options.isStopped()) error = m_url.text + ": opening was given up";
     m_port->vClosePort();
     return false;
 }
@@ -87,14 +89,19 @@ int ReceiverSession::openUnlessStopped() {
     const bool isConnection = m_url.kind == UrlKind::kTcp || m_url.kind == UrlKind::kBluetooth;
     if (!isConnection || !m_options.isStopped) return openPort();
     Event opened;
-    std::thread asking([&] {
-        while (!opened.wait(kStopLook))
-            if (m_options.isStopped()) return m_port->vClosePort();
-    });
+    std::thread asking;
+    try {
+        asking = std::thread([&] {
+            while (!opened.wait(kStopLook))
+                if (m_options.isStopped()) m_port->vClosePort();
+        });
+    } catch (const std::system_error&) {
+        return openPort();  // then it takes as long as it takes
+    }
     const int isOpen = openPort();
     opened.set();
     asking.join();
-    return isOpen;
+    return isOpen && m_port->bIsValid();
 }
 
 int ReceiverSession::openPort() {
@@ -238,6 +245,8 @@ void ReceiverSession::searchRate(const SessionSteps& steps) {
     std::string text;
     if (m_hunt.isOver() && m_stream.isStrange()) {
         m_hunt.resume(m_clock.now());
+        m_lineRate = m_hunt.rate();
+        m_port->bChangeBaudrate(m_lineRate);  // commands may have changed it meanwhile
         text = "what comes is not understood any more; looking for the rate again";
     } else if (m_hunt.moveOn(m_clock.now())) {
         setNextRate();

@@ -29,6 +29,9 @@ constexpr Family familyFor(LOG_TYPE type) {
 constexpr std::uint32_t kCarriedMask =
     kDecodeTrimble | kDecodeCmc | kDecodeSentence | kDecodeOem4Ascii | kDecodeReply | kDecodePortBanner;
 
+// Of positions: a receiver's own are better than those of its sentences.
+int rankOf(std::string_view family) { return family == kNames[kNmea] ? 1 : 2; }
+
 }  // namespace
 
 RecordRouter::RecordRouter() {
@@ -64,6 +67,11 @@ std::optional<RoutedRecord> RecordRouter::carriedIf(CNOut::RETURN result) {
     return route(record);
 }
 
+void RecordRouter::keepPositionsOf(std::string_view family) {
+    setReceiver(family);
+    m_positionRank = rankOf(family);
+}
+
 bool RecordRouter::adoptPositions(const RoutedRecord& routed, const ReceiverFamily* asked) {
     if (!routed.parser || (routed.use != RecordUse::kPosition && routed.use != RecordUse::kNoFix))
         return false;
@@ -71,10 +79,8 @@ bool RecordRouter::adoptPositions(const RoutedRecord& routed, const ReceiverFami
     const bool isSentence = name == kNames[kNmea];
     const bool isCarried = routed.record.source == RecordSource::kCarried;
     const bool mayCount = !asked || isSentence || isCarried || name == asked->name;
-    const int rank = isSentence ? 1 : 2;
-    if (!mayCount || rank <= m_positionRank) return false;
-    m_positionRank = rank;
-    setReceiver(name);
+    if (!mayCount || rankOf(name) <= m_positionRank) return false;
+    keepPositionsOf(name);
     return true;
 }
 

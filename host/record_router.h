@@ -41,6 +41,9 @@ public:
     // families than the one asked for (null: any will do) they do not count. True when that changed the receiver.
     bool adoptPositions(const RoutedRecord& routed, const ReceiverFamily* asked);
 
+    // As setReceiver, for positions that are known to come: only better ones take their place.
+    void keepPositionsOf(std::string_view family);
+
     // From here on any positions are better than those so far.
     void forgetPositions() { m_positionRank = 0; }
 

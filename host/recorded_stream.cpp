@@ -30,7 +30,11 @@ void RecordedStream::choose(const StreamChoice& choice) {
         m_family = m_census->guess();
         m_guessed = !m_asked;
     }
-    if (m_family && m_census) m_router.setReceiver(m_census->positionsFrom(*m_family));
+    if (m_family && m_census) {
+        const std::string_view source = m_census->positionsFrom(*m_family);
+        m_router.setReceiver(source);
+        if (m_census->hasPositions(source)) m_router.keepPositionsOf(source);
+    }
 
     m_decoder.vSetClock(m_clock);
     m_decoder.vSetTildeFrames(choice.tilde);

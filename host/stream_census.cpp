@@ -94,6 +94,11 @@ std::string_view StreamCensus::positionsFrom(const ReceiverFamily& family) const
     return !ownPositions && sentencePositions ? "nmea" : family.name;
 }
 
+bool StreamCensus::hasPositions(std::string_view family) const {
+    const std::size_t index = indexOf(family);
+    return index < kFamilies && m_counts[index].positions + m_counts[index].carriedPositions > 0;
+}
+
 std::string StreamCensus::text() const {
     std::string text;
     for (std::size_t i = 0; i < kFamilies; ++i) {

@@ -34,6 +34,9 @@ public:
     // inside; those of NMEA sentences when that is all there is.
     std::string_view positionsFrom(const ReceiverFamily& family) const;
 
+    // Whether positions of that family were among the records, also inside those of a maker's receiver.
+    bool hasPositions(std::string_view family) const;
+
     // "12 oem4, 3 nmea", or "none of a known family".
     std::string text() const;
 

@@ -203,10 +203,15 @@ TEST(LiveStream, BytesThatMakeNoSenseForAWhileAreStrange) {
         std::string piece;
         std::string once;  // at the tenth second
         int strangeAt;     // second; 0: never
+        std::string late{};  // at the thirtieth, unless empty
     } cases[] = {
-        {"noise", noise, noise, 16},      {"noise behind a record", noise, kSentences, 26},
-        {"sentences", kSentences, "", 0}, {"corrections", rtcm3(std::string(60, 'c')), "", 0},
+        {"noise", noise, noise, 24},
+        {"noise behind a record", noise, kSentences, 34},
+        {"sentences", kSentences, "", 0},
+        {"corrections", rtcm3(std::string(60, 'c')), "", 0},
         {"a few bytes", "x", noise, 0},
+        {"texts of a start, then the beginning of a sentence", "", std::string(760, '\x55'), 0,
+         kSentences.substr(0, 20)},
     };
 
     for (const auto& c : cases) {
@@ -215,7 +220,8 @@ TEST(LiveStream, BytesThatMakeNoSenseForAWhileAreStrange) {
         Records records;
         int strangeAt = 0;
         for (int second = 1; second <= 60 && strangeAt == 0; ++second) {
-            stream.feed(spanOf(second == 10 ? c.once : c.piece));
+            const bool isLate = second == 30 && !c.late.empty();
+            stream.feed(spanOf(second == 10 ? c.once : isLate ? c.late : c.piece));
             stream.watch();
             take(stream, records);
             if (stream.isStrange()) strangeAt = second;

@@ -47,6 +47,7 @@ public:
     std::map<std::uint32_t, std::deque<std::uint32_t>> outcomes;  // of control, by code; then 0
     std::function<bool(const CommState&)> accepts;                // settings; empty: all
     std::function<Pass(const CommState&)> source;  // goes on when the passes are used up, at these settings
+    bool isConnection = false;  // whose other side waits
     int openNumber = 0;
     CommState driver{.BaudRate = 4800, .fOutX = 1, .ByteSize = 7, .Parity = 2, .StopBits = 2};
 
@@ -55,6 +56,8 @@ public:
     }
 
     int openError() const override { return openNumber; }
+
+    bool peerWaits() const override { return isConnection; }
 
     SystemError lastError() const override { return {"fake", 5, "scripted"}; }
 

@@ -67,6 +67,31 @@ TEST_F(Reading, AHostThatNeverReadsLosesWhatDoesNotFitAndIsTold) {
     EXPECT_EQ(port.Decoder().Counters().dropped, 17000u);
 }
 
+// Two seconds, in steps of a millisecond; then the raw log has what the decoder has no room for.
+TEST_F(Reading, AConnectionWaitsForAHostThatReadsButNotForOneThatDoesNot) {
+    const std::string block(8000, '?');
+    const auto device =
+        deviceWith({data(block), data(block), data(block), data(block), data(block), data(block)});
+    device->isConnection = true;
+    ASSERT_EQ(port.InitPort(&owner, kPort, 9600), 1);
+    port.BeginSaveRawData(L"raw", 0);
+    ASSERT_EQ(port.StartMonitoring(), 1);
+    clock.passNext(1000);
+    EXPECT_EQ(port.Counters().received, 16000U);
+    std::vector<unsigned char> taken(8000);
+    EXPECT_EQ(port.Decoder().eRead(taken.data(), 8000, 1), CNOut::RETURN_COMPLETE);
+    owner.await(3);
+    EXPECT_EQ(port.Counters().overflows, 0U);
+
+    clock.passNext(2000);
+    device->awaitBlocked();
+    EXPECT_EQ(port.Counters().overflows, 1U);
+    EXPECT_EQ(port.Counters().received, 48000U);
+    EXPECT_EQ(files.written.size(), 48000U);
+}
+
+static_assert(WM_PORT_DATA == 3041 && WM_PORT_READ_ERROR == 3045 && WM_PORT_WRITE_ERROR == 3046);
+
 struct BluetoothPass {
     const char* name;
     std::deque<Pass> passes;

@@ -15,7 +15,7 @@ namespace vkcomm {
 // One thread at a time. The destructor closes the file. Nothing throws.
 class VKCOMM_API ByteFile {
 public:
-    virtual ~ByteFile() = default;
+    virtual ~ByteFile();
 
     // Bytes read; 0 at the end, and on failure with error set.
     virtual std::size_t read(std::span<unsigned char> buffer, SystemError& error) = 0;
@@ -32,7 +32,7 @@ inline constexpr unsigned int kFileWrite = 0x0001;  // else the file is read
 // Opens files by path. Any thread.
 class VKCOMM_API ByteFiles {
 public:
-    virtual ~ByteFiles() = default;
+    virtual ~ByteFiles();
 
     // Null on failure, which error tells; a folder is never opened.
     virtual std::unique_ptr<ByteFile> open(const std::wstring& path, unsigned int flags,

@@ -16,7 +16,7 @@ namespace vkcomm {
 // Nothing here waits or throws. The destructor unplugs whoever is attached. One thread at a time.
 class VKCOMM_API ByteServer {
 public:
-    virtual ~ByteServer() = default;
+    virtual ~ByteServer();
 
     // What a program opens: the path of a pseudo-terminal, or "tcp://address:port".
     virtual std::string address() const = 0;

@@ -13,7 +13,7 @@ class Event;
 // they like. Implementations must be safe to call from any thread.
 class VKCOMM_API Clock {
 public:
-    virtual ~Clock() = default;
+    virtual ~Clock();
 
     // Monotonic time since an arbitrary start.
     virtual std::chrono::milliseconds now() = 0;

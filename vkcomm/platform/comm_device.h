@@ -79,7 +79,7 @@ struct CommState {
 // A false result is explained by lastError.
 class VKCOMM_API CommDevice {
 public:
-    virtual ~CommDevice() = default;
+    virtual ~CommDevice();
 
     // Opens "COM5:" or "STR1:" for reading and writing, shared with nobody. Called once, before all others.
     virtual bool open(const std::wstring& name, std::uint32_t attributes) = 0;
@@ -123,7 +123,7 @@ public:
 // Makes devices that are not open yet. Any thread.
 class VKCOMM_API CommDevices {
 public:
-    virtual ~CommDevices() = default;
+    virtual ~CommDevices();
     virtual std::shared_ptr<CommDevice> make() = 0;
 };
 

@@ -17,7 +17,7 @@ namespace vkcomm {
 // A connection that stands; its destructor closes it. Nothing waits or throws. One thread at a time.
 class VKCOMM_API Connection {
 public:
-    virtual ~Connection() = default;
+    virtual ~Connection();
 
     // Bytes read, 0 when none are there; nothing when the peer has closed or the connection broke.
     virtual std::optional<std::size_t> read(std::span<unsigned char> buffer) = 0;
@@ -27,7 +27,7 @@ public:
 
 class VKCOMM_API Listener {
 public:
-    virtual ~Listener() = default;
+    virtual ~Listener();
 
     virtual std::uint16_t port() const = 0;
     // The next connection, waiting for it at most the given time; null when there is none.

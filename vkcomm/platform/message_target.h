@@ -26,7 +26,7 @@ inline constexpr unsigned int WM_SOCKET_STATUS = 1068;  // wParam 1 connected, 0
 // not own it: it must outlive the port or socket, or their closing.
 class VKCOMM_API MessageTarget {
 public:
-    virtual ~MessageTarget() = default;
+    virtual ~MessageTarget();
 
     // Takes the message and returns soon: it must not wait for the host's thread, which may be closing the very
     // port. A target that handles the message at once, on this thread, may call any operation of the port,

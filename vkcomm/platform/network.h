@@ -33,7 +33,7 @@ enum class SocketWait { kReady, kTimeout, kInterrupted, kFailed };
 // receive are for one reading thread, send and sendTo for one writing thread at a time.
 class VKCOMM_API NetSocket {
 public:
-    virtual ~NetSocket() = default;
+    virtual ~NetSocket();
 
     // Close returns at once and what was sent still goes out (the graceful close).
     virtual bool setGracefulClose() = 0;
@@ -61,7 +61,7 @@ public:
 
 class VKCOMM_API Network {
 public:
-    virtual ~Network() = default;
+    virtual ~Network();
 
     // Before and after all other calls; start() is false where the system has no sockets.
     virtual bool start() = 0;

@@ -38,7 +38,7 @@ struct RegistryValue {
 // An open key; its destructor closes it. One thread at a time.
 class VKCOMM_API RegistryKey {
 public:
-    virtual ~RegistryKey() = default;
+    virtual ~RegistryKey();
 
     // The name of the key under this one with that index, from 0.
     virtual long subKey(unsigned int index, std::wstring& name) const = 0;
@@ -48,7 +48,7 @@ public:
 // Any thread. Nothing throws.
 class VKCOMM_API Registry {
 public:
-    virtual ~Registry() = default;
+    virtual ~Registry();
 
     // Path parts are separated by backslashes. On failure key is null.
     virtual long open(RegistryRoot root, const std::wstring& path, RegistryAccess access,

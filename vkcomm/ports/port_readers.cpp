@@ -20,7 +20,12 @@ constexpr auto kReaderPause = 200ms;
 constexpr auto kNothingQueuedPause = 100ms;
 constexpr auto kTick = 100ms;
 constexpr auto kRoomPause = 1ms;
+constexpr auto kHostPatience = 2000ms;
 constexpr int kTicksPerSecond = 10;
+
+std::size_t roomIn(const CNOut& decoder) {
+    return static_cast<std::size_t>(CnBuffer::kCapacity - decoder.iBytesInRxBuf());
+}
 
 }  // namespace
 
@@ -50,7 +55,7 @@ bool PortSession::comPass(CommDevice& device, std::span<unsigned char> buffer) {
         }
         if (device.peerWaits()) {
             queued = std::min(queued, static_cast<std::uint32_t>(buffer.size()));
-            if (!awaitRoom(queued)) return false;
+            if (!awaitHost(queued)) return false;
         }
         count = readQueued(device, buffer, queued);
         if (count == 0) reportReadError(device);
@@ -93,6 +98,7 @@ std::size_t PortSession::readAll(CommDevice& device) {
     std::array<unsigned char, kBluetoothBuffer> buffer{};
     std::size_t total = 0;
     while (!m_reader.stop.isSet()) {
+        if (device.peerWaits() && !awaitHost(buffer.size())) break;
         const std::size_t count = device.read(buffer);
         if (count == 0) break;
         handOn(std::span(buffer).first(count), Log::kNo);
@@ -127,8 +133,7 @@ bool PortSession::playTick(ByteFile& file, std::span<unsigned char> buffer, std:
     return true;
 }
 
-// A host that reads slowly slows down what can wait, a file or the other side of a connection: no byte of theirs need be
-// lost. False when told to stop.
+// A host that reads slowly slows the playback down; bytes of a file need not be lost. False when told to stop.
 bool PortSession::awaitRoom(std::size_t bytes) {
     while (!m_reader.stop.isSet()) {
         if (decoderRoom() >= bytes) return true;
@@ -137,10 +142,33 @@ bool PortSession::awaitRoom(std::size_t bytes) {
     return false;
 }
 
+// It slows down the other side of a connection, too. But one that takes nothing is not waited for, until it does: the
+// raw log goes on, the end of the connection is seen, and what finds no room is counted as on a line. False when told to
+// stop.
+bool PortSession::awaitHost(std::size_t bytes) {
+    std::size_t room = m_roomLeft;
+    Milliseconds since = m_setup.clock->now();
+    while (!m_reader.stop.isSet()) {
+        const std::size_t now = decoderRoom();
+        const bool hasTaken = now > room;
+        if (hasTaken) {
+            room = now;
+            since = m_setup.clock->now();
+            m_isHostAway = false;
+        }
+        if (now >= bytes || m_isHostAway) return true;
+        if (m_setup.clock->now() - since >= kHostPatience)
+            m_isHostAway = true;
+        else
+            pause(m_reader, kRoomPause);
+    }
+    return false;
+}
+
 std::size_t PortSession::decoderRoom() const {
     const std::scoped_lock lock(m_lock);
     if (m_isDetached) return 0;
-    return static_cast<std::size_t>(CnBuffer::kCapacity - m_setup.input->decoder.iBytesInRxBuf());
+    return roomIn(m_setup.input->decoder);
 }
 
 void PortSession::handOn(ByteSpan bytes, Log log) {
@@ -151,6 +179,7 @@ void PortSession::handOn(ByteSpan bytes, Log log) {
         if (m_isDetached) return;
         isOverflow =
             m_setup.input->decoder.Set(bytes.data(), static_cast<int>(bytes.size())) != BUFFER_SET_OK;
+        m_roomLeft = roomIn(m_setup.input->decoder);
         if (log == Log::kYes) file = m_setup.rawLog->file();
     }
     if (file) m_setup.rawLog->write(file, bytes);

@@ -179,6 +179,7 @@ private:
     std::size_t readAll(CommDevice& device);
     bool playTick(ByteFile& file, std::span<unsigned char> buffer, std::size_t chunk);
     bool awaitRoom(std::size_t bytes);
+    bool awaitHost(std::size_t bytes);
     std::size_t decoderRoom() const;
     // Feeds the decoder and, for a COM port, the raw log; nothing any more once detached.
     enum class Log { kNo, kYes };
@@ -200,6 +201,8 @@ private:
     std::unique_ptr<ByteFile> m_file;  // until the playback loop takes it
     bool m_isClosing = false;
     bool m_isDetached = false;
+    bool m_isHostAway = false;   // the reader's: the host has taken nothing for long
+    std::size_t m_roomLeft = 0;  // the reader's: in the decoder behind the last bytes
     std::vector<std::thread::id> m_posting;  // threads inside a post to the owner
     std::condition_variable m_posted;        // one of them has come back
     Event m_closed;

@@ -1,5 +1,6 @@
 #include "vkcomm/ports/serial_port.h"
 
+#include <cerrno>
 #include <system_error>
 #include <utility>
 
@@ -107,14 +108,16 @@ int CSerialPort::openPlayback(PortSession& session) {
 std::shared_ptr<CommDevice> CSerialPort::openDevice(PortSession& session, const std::wstring& name,
                                                     std::uint32_t attributes) {
     const std::shared_ptr<CommDevice> device = (m_devices ? *m_devices : systemCommDevices()).make();
+    m_meter->note(libraryError("cannot open the port", ECANCELED));  // unless it is not closed meanwhile
     if (!session.expect(device)) return nullptr;
-    if (device->open(name, attributes)) {
-        m_meter->note({});
-        return session.attach(device) ? device : nullptr;
+    if (!device->open(name, attributes)) {
+        m_meter->note(device->lastError(), device->openError());
+        session.expect(nullptr);
+        return nullptr;
     }
-    m_meter->note(device->lastError(), device->openError());
-    session.expect(nullptr);
-    return nullptr;
+    if (!session.attach(device)) return nullptr;
+    m_meter->note({});
+    return device;
 }
 
 bool CSerialPort::configure(CommDevice& device, unsigned int baud) {

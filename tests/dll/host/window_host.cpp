@@ -1,4 +1,5 @@
-// A host with a window: its procedure gets what ports and sockets post, across the boundary of the DLL.
+// A host with a window: its procedure gets what ports and sockets post, across the boundary of the DLL. (All but
+// WM_SOCKET_CLOSED, which comes of an error in receiving: Wine takes a connection that was reset for one that ended.)
 #include "framework_macros.h"
 
 #include <vkcomm/vkcomm.h>

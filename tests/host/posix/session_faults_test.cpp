@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <cerrno>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -201,13 +200,13 @@ TEST_F(SessionFaults, AWishToStopEndsAnOpeningThatNobodyAnswers) {
     const auto url = parsePortUrl("tcp://127.0.0.1:" + std::to_string(listener->port()), error);
     std::atomic<int> asked = 0;
     SessionOptions stoppable;
-    stoppable.isStopped = [&] { return ++asked % 3 == 0; };
+    stoppable.isStopped = [&] { return ++asked > 2; };
     std::vector<std::unique_ptr<ReceiverSession>> queued;
-    do
+    do {
+        asked = 0;
         queued.push_back(std::make_unique<ReceiverSession>(*url, stoppable));
-    while (queued.back()->open(error));
-    EXPECT_THAT(error, HasSubstr(std::generic_category().message(ECANCELED)));
-    EXPECT_GE(asked, 3);
+    } while (queued.back()->open(error));
+    EXPECT_EQ(error, url->text + ": opening was given up");
 }
 
 TEST_F(SessionFaults, TellsOfAFailedWriteAndGoesOn) {

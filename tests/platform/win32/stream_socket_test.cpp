@@ -64,6 +64,10 @@ TEST_F(StreamSocket, HasConnectedOnceTheOtherEndAnswers) {
     const void* place1 = &nobody;
     EXPECT_NE(refused.connect(static_cast<const sockaddr*>(place1), sizeof nobody, kForever, wake.get()), 0);
     EXPECT_FALSE(refused.hasConnected());
+
+    wake.set();
+    Socket stopped(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    EXPECT_EQ(stopped.connect(found->ai_addr, static_cast<int>(found->ai_addrlen), kForever, wake.get()), WSAEINTR);
 }
 
 TEST_F(StreamSocket, BluetoothWithoutAConnectionFailsAtAPaceAndEndsAtOnce) {

@@ -156,9 +156,11 @@ bool PosixCommDevice::open(const std::wstring& name, std::uint32_t /*attributes*
     Refusal refusal;
     Descriptor descriptor = m_line->open(refusal, m_closing.descriptor());
     if (!descriptor) return refuse(refusal);
-    const std::scoped_lock lock(m_lock);
+    std::unique_lock lock(m_lock);
     if (!m_isClosed) m_descriptor = std::make_shared<Descriptor>(std::move(descriptor));
-    return !m_isClosed;
+    if (m_descriptor) return true;
+    lock.unlock();
+    return refuse({kErrorNotFunctioning, ECANCELED, "it is closed"});
 }
 
 bool PosixCommDevice::refuse(const Refusal& refusal) {

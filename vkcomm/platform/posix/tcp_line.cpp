@@ -68,10 +68,13 @@ public:
                 tune(fd.get());
                 return fd;
             }
+            if (code == ECANCELED) {
+                refusal = {kErrorNotFunctioning, code, "it was closed before anybody answered"};
+                break;
+            }
             refusal = {kErrorNotFound, code,
                        std::generic_category().message(code) +
                            "; is the receiver switched on, and are address and port right?"};
-            if (code == ECANCELED) break;
         }
         return Descriptor();
     }

@@ -134,9 +134,11 @@ bool Win32CommDevice::open(const std::wstring& name, std::uint32_t attributes) {
     Refusal refusal;
     if (!line->open(attributes, m_closing.get(), refusal)) return refuse(refusal);
     m_openError = line->openError();
-    const std::scoped_lock lock(m_lock);
+    std::unique_lock lock(m_lock);
     if (!m_isClosed) m_line = line;
-    return !m_isClosed;
+    if (m_line) return true;
+    lock.unlock();
+    return refuse({kErrorNotFunctioning, ERROR_OPERATION_ABORTED, "it is closed"});
 }
 
 bool Win32CommDevice::refuse(const Refusal& refusal) {

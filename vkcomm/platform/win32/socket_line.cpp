@@ -186,6 +186,10 @@ private:
                 tune(socket->get());
                 return socket;
             }
+            if (code == WSAEINTR) {
+                refusal = {kErrorNotFunctioning, WSAEINTR, "it was closed before anybody answered"};
+                break;
+            }
             refusal = {kErrorNotFound, static_cast<DWORD>(code),
                        wordsOf(code) + "; is the receiver switched on, and are address and port right?"};
         }
