@@ -201,8 +201,8 @@ TEST(LiveStream, BytesThatMakeNoSenseForAWhileAreStrange) {
     const struct {
         const char* name;
         std::string piece;
-        std::string once;  // at the tenth second
-        int strangeAt;     // second; 0: never
+        std::string once;    // at the tenth second
+        int strangeAt;       // second; 0: never
         std::string late{};  // at the thirtieth, unless empty
     } cases[] = {
         {"noise", noise, noise, 24},
