@@ -12,6 +12,7 @@
 #include "sim/recording.h"
 #include "tests/decode/frames.h"
 #include "tests/host/literal_frames.h"
+#include "tests/ports/fake_clock.h"
 #include "vkcomm/platform/byte_server.h"
 
 namespace vkcomm {
@@ -400,6 +401,33 @@ TEST_F(Session, AFileAPtyAndATcpConnectionGiveTheSameRecords) {
 #ifndef _WIN32
     EXPECT_TRUE(has(SessionNotice::kRateFound)) << "the pseudo-terminal was given no rate";
 #endif
+}
+
+// A frame of 1,800 bytes takes more than the time that a lead may stay.
+TEST_F(Session, ASlowlyPlayedFileKeepsItsLongFrames) {
+    constexpr std::size_t kBytesPerTick = 50;
+    std::string bytes;
+    while (bytes.size() < 3 * 1800)
+        bytes += test::oem4(140, std::string(1800, 'x'));
+    const auto path = std::filesystem::path(testing::TempDir()) /
+                      ("vkcomm_slow_" + std::to_string(std::random_device()()) + ".bin");
+    std::ofstream(path, std::ios::binary) << bytes;
+    FakeClock clock;
+    SessionOptions options;
+    options.clock = &clock;
+    ReceiverSession session(url("file:" + path.string() + "?speed=500"), options);
+    std::string error;
+    ASSERT_TRUE(session.open(error)) << error;
+    for (std::size_t played = 0; played < bytes.size(); played += kBytesPerTick) {
+        clock.awaitWaiter();
+        session.pump(0ms, steps);
+        clock.passNext();
+    }
+    session.finish(steps);
+    std::filesystem::remove(path);
+    EXPECT_EQ(session.stream().leadsGivenUp(), 0U);
+    EXPECT_EQ(records, decoded(bytes, "oem4"));
+    EXPECT_EQ(records.size(), 3U);
 }
 
 TEST_F(Session, ComesBackAfterTheDeviceWasGone) {

@@ -7,6 +7,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "vkcomm/net/tcp_socket.h"
@@ -83,6 +84,7 @@ public:
     }
 
     int send(ByteSpan bytes) override {
+        std::this_thread::yield();  // to one that sends at the same time
         std::unique_lock guard(m_wire.lock);
         if (m_wire.sendsLeft-- <= 0) {
             m_wire.calls.emplace_back("send fails");
@@ -124,9 +126,15 @@ public:
 
     ~FakeNetwork() override { CloseWSA(); }
 
-    bool start() override { return true; }
+    bool start() override {
+        ++starts;
+        return isThere;
+    }
 
-    void stop() override {}
+    void stop() override { ++stops; }
+
+    bool isThere = true;
+    int starts = 0, stops = 0;
 
     std::unique_ptr<NetSocket> open(SocketKind, SystemError&) override {
         const std::lock_guard guard(m_wire.lock);

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "vkcomm/platform/clock.h"
@@ -21,8 +22,11 @@ public:
 
     void sleep(std::chrono::milliseconds time) override {
         m_slept += time.count();
+        onSleep(time);
         std::this_thread::yield();
     }
+
+    std::function<void(std::chrono::milliseconds)> onSleep = [](auto) {};  // on the thread that sleeps
 
 private:
     std::atomic<long long> m_slept{0};
@@ -46,7 +50,10 @@ public:
         if (action) action();
     }
 
-    void forget(unsigned int, std::intptr_t) override {}
+    void forget(unsigned int message, std::intptr_t lParam) override {
+        const std::lock_guard guard(m_lock);
+        m_forgotten.emplace_back(message, lParam);
+    }
 
     void on(std::string text, std::function<void()> action) {
         m_actOn = std::move(text);
@@ -65,10 +72,18 @@ public:
         return m_texts;
     }
 
+    using Forgotten = std::vector<std::pair<unsigned int, std::intptr_t>>;
+
+    Forgotten forgotten() {
+        const std::lock_guard guard(m_lock);
+        return m_forgotten;
+    }
+
 private:
     std::mutex m_lock;
     std::condition_variable m_changed;
     Texts m_texts;
+    Forgotten m_forgotten;
     std::string m_actOn;
     std::function<void()> m_action;
 };

@@ -51,6 +51,23 @@ TEST_F(Socket, RefusesWhatItCannotDo) {
     StartWSA(network);
 }
 
+TEST_F(Socket, TheNetworkIsStartedOnceAndStoppedOnce) {
+    StartWSA(systemNetwork());
+    EXPECT_EQ(open(), 1);
+    EXPECT_EQ(wire.opened, 1) << "the second start changes nothing";
+    socket.Disconnect();
+    CloseWSA();
+    CloseWSA();
+    EXPECT_EQ(network.starts, 1);
+    EXPECT_EQ(network.stops, 1);
+    network.isThere = false;
+    StartWSA(network);
+    EXPECT_EQ(open(), 0) << "the system has none";
+    network.isThere = true;
+    StartWSA(network);
+    EXPECT_EQ(open(), 1);
+}
+
 TEST_F(Socket, TellsWhatArrives) {
     struct Case {
         const char* name;
@@ -102,6 +119,22 @@ TEST_F(Socket, SendsAllUnlessTheConnectionBreaks) {
     EXPECT_EQ(socket.Send(L"0123456789"), 8);
     EXPECT_EQ(socket.Send(L"0123456789"), -1);
     EXPECT_TRUE(socket.Error());
+}
+
+TEST_F(Socket, PiecesOfTwoSendsDoNotMix) {
+    constexpr std::size_t kSize = 1000, kSends = 50;
+    ASSERT_EQ(open(), 1);
+    wire.mostPerSend = 1;
+    const auto send = [this](wchar_t letter) {
+        for (std::size_t i = 0; i < kSends; ++i)
+            EXPECT_EQ(socket.Send(std::wstring(kSize, letter)), static_cast<int>(kSize));
+    };
+    std::thread other(send, L'a');
+    send(L'b');
+    other.join();
+    ASSERT_EQ(wire.sent.size(), 2 * kSends * kSize);
+    for (std::size_t at = 0; at < wire.sent.size(); at += kSize)
+        EXPECT_EQ(wire.sent.substr(at, kSize), std::string(kSize, wire.sent[at])) << at;
 }
 
 TEST_F(Socket, LetsThePeerWaitForRoomButNotDatagrams) {
@@ -187,6 +220,47 @@ TEST_F(Socket, DisconnectsFromEveryState) {
     EXPECT_EQ(socket.IsReaderRunning(), 0);
     const Texts closings(wire.calls.end() - 2, wire.calls.end());
     EXPECT_EQ(closings, (Texts{"shutdown", "close"}));
+    const auto object = reinterpret_cast<std::intptr_t>(static_cast<CCESocket*>(&socket));
+    EXPECT_EQ(messages.forgotten(), Messages::Forgotten(4, {WM_SOCKET_DATA, object})) << "once a socket";
+}
+
+TEST_F(Socket, ConnectEndsWhenAnotherThreadDisconnects) {
+    const struct {
+        const char* name;
+        int type;
+        bool isLookup;  // else in the half second behind it
+        int answer;
+    } cases[] = {
+        {"stream, name looked up", CCESocket::SOCKET_TCP, true, 0},
+        {"stream, half second", CCESocket::SOCKET_TCP, false, 1},
+        {"datagrams, name looked up", CCESocket::SOCKET_UDP, true, 0},
+        {"datagrams, half second", CCESocket::SOCKET_UDP, false, 1},
+    };
+
+    for (const auto& c : cases) {
+        const auto disconnect = [this] { std::thread([this] { socket.Disconnect(); }).join(); };
+        wire.onResolve = [&] {
+            if (c.isLookup) disconnect();
+        };
+        clock.onSleep = [&](std::chrono::milliseconds time) {
+            if (!c.isLookup && time == std::chrono::milliseconds(500)) disconnect();
+        };
+        EXPECT_EQ(open(c.type), c.answer) << c.name;
+        EXPECT_EQ(socket.GetSocketState(), CCESocket::SOCKET_NONE) << c.name;
+        EXPECT_EQ(socket.IsReaderRunning(), 0) << c.name;
+        EXPECT_EQ(wire.lastCall(), "close") << c.name;
+    }
+}
+
+TEST_F(Socket, DatagramsThatCannotBeConnectedCloseTheSocket) {
+    wire.connects = false;
+    EXPECT_EQ(open(CCESocket::SOCKET_UDP), 0);
+    EXPECT_TRUE(socket.Error());
+    EXPECT_EQ(socket.GetSocketState(), CCESocket::SOCKET_NONE);
+    EXPECT_EQ(wire.lastCall(), "close");
+    EXPECT_EQ(messages.all(), Texts{});
+    wire.connects = true;
+    EXPECT_EQ(open(CCESocket::SOCKET_UDP), 1) << "it can be created again";
 }
 
 TEST_F(Socket, MayBeDisconnectedOrDeletedWhileItPosts) {

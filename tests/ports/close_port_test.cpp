@@ -150,6 +150,26 @@ TEST_F(Closing, EveryStateByEveryThreadOfTheHost) {
         }
 }
 
+// The device may be waiting for the other side, or take its time whatever is done, and open in the end.
+TEST_F(Closing, WhileAnotherThreadOpens) {
+    for (const Caller caller : {Caller::kHost, Caller::kOtherThread, Caller::kTwoThreads})
+        for (const bool isDeaf : {false, true}) {
+            SCOPED_TRACE((isDeaf ? "deaf, caller " : "caller ") + std::to_string(static_cast<int>(caller)));
+            renew();
+            device->isOpeningLong = true;
+            device->isDeaf = isDeaf;
+            auto opened = std::async(std::launch::async, [&] { return user->InitPort(&owner, kPort, 9600); });
+            device->awaitBlocked();
+            close(caller);
+            EXPECT_EQ(device->calls().back(), "close");
+            device->free();
+            EXPECT_EQ(opened.get(), 0);
+            EXPECT_EQ(user->bIsValid(), 0);
+            EXPECT_EQ(user->StartMonitoring(), 0);
+            EXPECT_EQ(device->calls().size(), isDeaf ? 3U : 2U) << "what opened after all is closed again";
+        }
+}
+
 struct HandlerCase {
     const char* name;
     unsigned int message;

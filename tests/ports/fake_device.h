@@ -47,12 +47,16 @@ public:
     std::map<std::uint32_t, std::deque<std::uint32_t>> outcomes;  // of control, by code; then 0
     std::function<bool(const CommState&)> accepts;                // settings; empty: all
     std::function<Pass(const CommState&)> source;  // goes on when the passes are used up, at these settings
-    bool isConnection = false;  // whose other side waits
+    bool isConnection = false;                     // whose other side waits
     int openNumber = 0;
     CommState driver{.BaudRate = 4800, .fOutX = 1, .ByteSize = 7, .Parity = 2, .StopBits = 2};
 
     bool open(const std::wstring& name, std::uint32_t attributes) override {
-        return note("open", std::string(name.begin(), name.end()), attributes);
+        const bool isOpen = note("open", std::string(name.begin(), name.end()), attributes);
+        if (!isOpeningLong) return isOpen;
+        std::unique_lock lock(m_lock);
+        awaitRelease(lock);
+        return isDeaf;
     }
 
     int openError() const override { return openNumber; }
@@ -153,6 +157,8 @@ public:
         change([this] { m_isClosed = true; });
     }
 
+    bool isOpeningLong =
+        false;            // open lasts until the device is closed, and then fails; if it is deaf it opens
     bool isDeaf = false;  // close and setEventMask release nobody: a driver that hangs
 
     // Lets go what a deaf device holds.

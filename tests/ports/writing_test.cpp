@@ -161,6 +161,22 @@ TEST_F(Writing, AFailureDropsTheQueueAndTheWriterGoesOn) {
     }
 }
 
+TEST_F(Writing, AFailureForgetsWhichCommandWasDropped) {
+    const auto device = deviceWith({});
+    device->writes = {{WriteStep::kFail, 0}};
+    open();
+    add("a1", 0, 0x10000);
+    for (int i = 0; i < 20; ++i)
+        add("-", 0, 0);
+    port.vSetWriteEvent();
+    owner.await(1);
+    EXPECT_EQ(port.Counters().skipped, 1u);
+    write("a2", 0, 0x10000);
+    write("end");
+    device->awaitWrites(1);
+    EXPECT_EQ(device->written().front(), "a2");
+}
+
 TEST_F(Writing, ManyThreadsKeepTheirOrder) {
     const auto device = deviceWith({});
     open();

@@ -229,7 +229,7 @@ TEST_F(ControlCommand, ReceiversAreSetUpOverALine) {
         {"oem4 --pty", "send serial:$URL 'ecutoff 7'", "elevation mask: 7\n"},
     };
     for (const Case& c : cases) {
-        const Outcome outcome = shell(withReceiver(c.receiver, "VKCOMM " + c.command));
+        const Outcome outcome = shell(withReceiver(c.receiver, "VKCOMM " + c.command + " --wait 1m"));
         EXPECT_EQ(outcome.status, 0) << c.command << '\n' << outcome.out << outcome.err;
         EXPECT_THAT(bytesOf("state"), HasSubstr(c.state)) << c.command;
         EXPECT_EQ(bytesOf("state").find("refused: "), std::string::npos) << c.command;

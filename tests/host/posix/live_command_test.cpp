@@ -108,7 +108,7 @@ TEST_F(LiveVerbs, AStopSignalLeavesAWholeRecording) {
             "$VKCOMM" simulate oem4 --pty --rate 20 >address &
             simulator=$!
             await '[ -s address ]'
-            "$VKCOMM" record "$(cat address)" log >said &
+            "$VKCOMM" record "serial:$(cat address)?baud=115200" log >said &
             await '[ -s log ]'
             kill -$signal $!; wait $! || exit 1
             kill $simulator; wait $simulator || exit 2
@@ -116,8 +116,7 @@ TEST_F(LiveVerbs, AStopSignalLeavesAWholeRecording) {
             echo "$(wc -c <log) bytes, $records records in log" >expected
             cmp said expected)sh");
         EXPECT_EQ(outcome.status, 0) << signal << ": " << outcome.out << bytesOf("said") << outcome.err;
-        EXPECT_THAT(outcome.err,
-                    AllOf(HasSubstr("the receiver talks at 115200 bit/s"), HasSubstr("family: oem4")));
+        EXPECT_THAT(outcome.err, HasSubstr("family: oem4"));
     }
 }
 
