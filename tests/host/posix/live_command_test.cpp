@@ -108,7 +108,7 @@ TEST_F(LiveVerbs, AStopSignalLeavesAWholeRecording) {
             "$VKCOMM" simulate oem4 --pty --rate 20 >address &
             simulator=$!
             await '[ -s address ]'
-            "$VKCOMM" record "serial:$(cat address)?baud=115200" log >said &
+            "$VKCOMM" record "serial:$(cat address)?baud=115200" log --lead-timeout 0 >said &
             await '[ -s log ]'
             kill -$signal $!; wait $! || exit 1
             kill $simulator; wait $simulator || exit 2
