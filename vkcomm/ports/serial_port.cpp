@@ -107,7 +107,7 @@ int CSerialPort::openPlayback(PortSession& session) {
 // The device, its handle now valid; null on failure.
 std::shared_ptr<CommDevice> CSerialPort::openDevice(PortSession& session, const std::wstring& name,
                                                     std::uint32_t attributes) {
-    const std::shared_ptr<CommDevice> device = (m_devices ? *m_devices : systemCommDevices()).make();
+    std::shared_ptr<CommDevice> device = (m_devices ? *m_devices : systemCommDevices()).make();
     m_meter->note(libraryError("cannot open the port", ECANCELED));  // unless it is not closed meanwhile
     if (!session.expect(device)) return nullptr;
     if (!device->open(name, attributes)) {
@@ -287,7 +287,7 @@ std::shared_ptr<PortSession> CSerialPort::makeSession(PortKind kind, MessageTarg
 
 std::shared_ptr<PortSession> CSerialPort::beginSession(PortKind kind, MessageTarget* owner,
                                                        unsigned int port) {
-    const std::shared_ptr<PortSession> begun = makeSession(kind, owner, port);
+    std::shared_ptr<PortSession> begun = makeSession(kind, owner, port);
     for (;;) {
         vInitPort();
         const std::scoped_lock lock(m_lock);
