@@ -201,8 +201,8 @@ private:
     std::unique_ptr<ByteFile> m_file;  // until the playback loop takes it
     bool m_isClosing = false;
     bool m_isDetached = false;
-    bool m_isHostAway = false;   // the reader's: the host has taken nothing for long
-    std::size_t m_roomLeft = 0;  // the reader's: in the decoder behind the last bytes
+    bool m_isHostAway = false;               // the reader's: the host has taken nothing for long
+    std::size_t m_roomLeft = 0;              // the reader's: in the decoder behind the last bytes
     std::vector<std::thread::id> m_posting;  // threads inside a post to the owner
     std::condition_variable m_posted;        // one of them has come back
     Event m_closed;

@@ -67,7 +67,8 @@ TEST_F(StreamSocket, HasConnectedOnceTheOtherEndAnswers) {
 
     wake.set();
     Socket stopped(AF_INET, SOCK_STREAM, IPPROTO_TCP);
-    EXPECT_EQ(stopped.connect(found->ai_addr, static_cast<int>(found->ai_addrlen), kForever, wake.get()), WSAEINTR);
+    EXPECT_EQ(stopped.connect(found->ai_addr, static_cast<int>(found->ai_addrlen), kForever, wake.get()),
+              WSAEINTR);
 }
 
 TEST_F(StreamSocket, BluetoothWithoutAConnectionFailsAtAPaceAndEndsAtOnce) {
