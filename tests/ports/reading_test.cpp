@@ -78,8 +78,10 @@ TEST_F(Reading, AConnectionWaitsForAHostThatReadsButNotForOneThatDoesNot) {
     ASSERT_EQ(port.StartMonitoring(), 1);
     clock.passNext(1000);
     EXPECT_EQ(port.Counters().received, 16000U);
+    clock.awaitWaiter();
     std::vector<unsigned char> taken(8000);
     EXPECT_EQ(port.Decoder().eRead(taken.data(), 8000, 1), CNOut::RETURN_COMPLETE);
+    clock.passNext();
     owner.await(3);
     EXPECT_EQ(port.Counters().overflows, 0U);
 
