@@ -112,7 +112,7 @@ TEST_F(LiveVerbs, AStopSignalLeavesAWholeRecording) {
             await '[ -s log ]'
             kill -$signal $!; wait $! || exit 1
             kill $simulator; wait $simulator || exit 2
-            records=$(VKCOMM decode --records log | wc -l)
+            records=$(VKCOMM decode --json log | wc -l)
             echo "$(wc -c <log) bytes, $records records in log" >expected
             cmp said expected)sh");
         EXPECT_EQ(outcome.status, 0) << signal << ": " << outcome.out << bytesOf("said") << outcome.err;
