@@ -59,8 +59,8 @@ public:
     // True once the family is known: a little later, as receivers of every family may send sentences first.
     bool isRecognised() const { return m_recognised; }
 
-    // True when bytes keep coming of which nothing is understood, no record and no corrections (RTCM 3), as after a
-    // change of the rate at the other end. Silence alone is not strange.
+    // True when bytes keep coming of which nothing is understood, no checked record, answer or correction (RTCM 3),
+    // as after a change of the rate at the other end. Silence alone is not strange, nor what a receiver says at its start.
     bool isStrange() const { return m_isStrange; }
 
     // Given or recognised; null while neither. A receiver that sends sentences first is "nmea" until it sends its own.

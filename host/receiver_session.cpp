@@ -51,7 +51,7 @@ bool ReceiverSession::open(std::string& error) {
     error = m_url.text + ": " + m_port->LastError().message();
     if (m_url.baud && m_port->nOpenError() == 0 && m_port->bIsValid())
         error += "; it may not take " + std::to_string(*m_url.baud) + " bit/s";
-    if (m_options.isStopped && m_options.isStopped()) error = m_url.text + ": opening was given up";
+    if (isStopped()) error = m_url.text + ": opening was given up";
     m_port->vClosePort();
     return false;
 }
@@ -275,8 +275,7 @@ void ReceiverSession::openAgain(const SessionSteps& steps) {
         return;
     }
     waitToRetry();
-    const bool isGivenUp = m_options.isStopped && m_options.isStopped();
-    if (!isGivenUp) tell(steps, SessionNotice::kNotOpened, error);
+    if (!isStopped()) tell(steps, SessionNotice::kNotOpened, error);
 }
 
 // Longer each time, until bytes come: a device that opens and goes again at once is no better than one that

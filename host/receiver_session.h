@@ -102,6 +102,8 @@ private:
 
     bool isHunting() const { return isLine() && !m_url.baud && !m_hunt.isOver(); }
 
+    bool isStopped() const { return m_options.isStopped && m_options.isStopped(); }
+
     std::string whyNotToOpen() const;
     int openUnlessStopped();
     int openPort();

@@ -32,8 +32,10 @@ void RecordedStream::choose(const StreamChoice& choice) {
     }
     if (m_family && m_census) {
         const std::string_view source = m_census->positionsFrom(*m_family);
-        m_router.setReceiver(source);
-        if (m_census->hasPositions(source)) m_router.keepPositionsOf(source);
+        if (m_census->hasPositions(source))
+            m_router.keepPositionsOf(source);
+        else
+            m_router.setReceiver(source);
     }
 
     m_decoder.vSetClock(m_clock);

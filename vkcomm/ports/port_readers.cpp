@@ -149,14 +149,12 @@ bool PortSession::awaitHost(std::size_t bytes) {
     std::size_t room = m_roomLeft;
     Milliseconds since = m_setup.clock->now();
     while (!m_reader.stop.isSet()) {
-        const std::size_t now = decoderRoom();
-        const bool hasTaken = now > room;
-        if (hasTaken) {
-            room = now;
+        if (const std::size_t more = decoderRoom(); more > room) {
+            room = more;
             since = m_setup.clock->now();
             m_isHostAway = false;
         }
-        if (now >= bytes || m_isHostAway) return true;
+        if (room >= bytes || m_isHostAway) return true;
         if (m_setup.clock->now() - since >= kHostPatience)
             m_isHostAway = true;
         else

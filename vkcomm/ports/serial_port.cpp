@@ -108,7 +108,7 @@ int CSerialPort::openPlayback(PortSession& session) {
 std::shared_ptr<CommDevice> CSerialPort::openDevice(PortSession& session, const std::wstring& name,
                                                     std::uint32_t attributes) {
     std::shared_ptr<CommDevice> device = (m_devices ? *m_devices : systemCommDevices()).make();
-    m_meter->note(libraryError("cannot open the port", ECANCELED));  // unless it is not closed meanwhile
+    m_meter->note(libraryError("cannot open the port", ECANCELED));  // stands if it is closed meanwhile
     if (!session.expect(device)) return nullptr;
     if (!device->open(name, attributes)) {
         m_meter->note(device->lastError(), device->openError());
