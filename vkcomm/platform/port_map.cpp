@@ -33,16 +33,26 @@ std::string PortMap::placeOf(unsigned int number) const {
 }
 
 unsigned int PortMap::numberOf(const std::string& place) {
+    {
+        const std::scoped_lock lock(m_lock);
+        if (const auto number = knownNumber(place)) return *number;
+    }
+    const std::vector<SerialPortInfo> ports = m_portsOfSystem();  // which may take its time, and call back
     const std::scoped_lock lock(m_lock);
+    if (const auto number = knownNumber(place)) return *number;
+    const unsigned int number = freeNumber(ports);
+    m_places[number] = place;
+    return number;
+}
+
+std::optional<unsigned int> PortMap::knownNumber(const std::string& place) const {
     const auto found = std::ranges::find(m_places, place,
                                          [](const auto& each) -> const std::string& { return each.second; });
     if (found != m_places.end()) return found->first;
     for (unsigned int number = 1; number <= kStandardPorts; ++number)
         if (!m_places.contains(number) && number != kBluetoothDriver && standardPortPath(number) == place)
             return number;
-    const unsigned int number = freeNumber();
-    m_places[number] = place;
-    return number;
+    return std::nullopt;
 }
 
 std::vector<std::string> PortMap::places() const {
@@ -53,8 +63,7 @@ std::vector<std::string> PortMap::places() const {
     return places;
 }
 
-unsigned int PortMap::freeNumber() const {
-    const std::vector<SerialPortInfo> ports = m_portsOfSystem();
+unsigned int PortMap::freeNumber(const std::vector<SerialPortInfo>& ports) const {
     const auto isTaken = [&](unsigned int number) {
         return m_places.contains(number) || number == kBluetoothDriver ||
                std::ranges::find(ports, standardPortPath(number), &SerialPortInfo::path) != ports.end();

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,7 +37,9 @@ public:
     std::vector<std::string> places() const;
 
 private:
-    unsigned int freeNumber() const;
+    // Under the lock.
+    std::optional<unsigned int> knownNumber(const std::string& place) const;
+    unsigned int freeNumber(const std::vector<SerialPortInfo>& ports) const;
 
     const std::function<std::vector<SerialPortInfo>()> m_portsOfSystem;
     mutable std::mutex m_lock;
